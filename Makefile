@@ -1,0 +1,72 @@
+# Short commands around CMake. `make test` and `make demo` work on a fresh
+# Debian 12 machine: missing packages are installed with apt-get first.
+
+SHELL := /bin/bash
+JOBS      ?= $(shell nproc)
+BUILD     ?= build
+ASAN_DIR  ?= build-asan
+TSAN_DIR  ?= build-tsan
+FUZZ_DIR  ?= build-fuzz
+FUZZ_SECONDS ?= 60
+
+DEB_PACKAGES := cmake g++ make libgtest-dev libgmock-dev libbenchmark-dev \
+                clang libclang-rt-14-dev procps
+
+.PHONY: all deps build test asan tsan fuzz fuzz-ci bench demo clean
+
+all: build
+
+deps:
+	@missing=""; for p in $(DEB_PACKAGES); do \
+	  dpkg -s $$p >/dev/null 2>&1 || missing="$$missing $$p"; done; \
+	if [ -n "$$missing" ]; then \
+	  echo "installing missing Debian packages:$$missing"; \
+	  if [ "$$(id -u)" = 0 ]; then SUDO=""; else SUDO=sudo; fi; \
+	  $$SUDO apt-get update -qq && DEBIAN_FRONTEND=noninteractive $$SUDO apt-get install -y -qq $$missing; \
+	fi
+
+$(BUILD)/CMakeCache.txt: | deps
+	cmake -S . -B $(BUILD) -DCMAKE_BUILD_TYPE=RelWithDebInfo
+
+build: deps $(BUILD)/CMakeCache.txt
+	cmake --build $(BUILD) -j $(JOBS)
+
+test: build
+	cd $(BUILD) && ctest --output-on-failure -j $(JOBS)
+
+asan: deps
+	cmake -S . -B $(ASAN_DIR) -DCMAKE_BUILD_TYPE=Debug -DSRCI_SANITIZE=ON -DSRCI_BENCH=OFF
+	cmake --build $(ASAN_DIR) -j $(JOBS)
+	cd $(ASAN_DIR) && ASAN_OPTIONS=detect_leaks=1 UBSAN_OPTIONS=print_stacktrace=1 \
+	  ctest --output-on-failure -j $(JOBS) -LE no_sanitizer
+
+tsan: deps
+	cmake -S . -B $(TSAN_DIR) -DCMAKE_BUILD_TYPE=Debug -DSRCI_TSAN=ON -DSRCI_BENCH=OFF
+	cmake --build $(TSAN_DIR) -j $(JOBS)
+	cd $(TSAN_DIR) && ctest --output-on-failure -j $(JOBS) -L tsan
+
+fuzz: deps
+	CC=clang CXX=clang++ cmake -S . -B $(FUZZ_DIR) -DCMAKE_BUILD_TYPE=Debug -DSRCI_FUZZ=ON -DSRCI_TESTS=OFF -DSRCI_BENCH=OFF
+	cmake --build $(FUZZ_DIR) -j $(JOBS)
+
+# Runs every fuzz target for FUZZ_SECONDS each; a finding fails the run.
+fuzz-ci: fuzz
+	@set -e; for f in $(FUZZ_DIR)/fuzz/*/fuzz_*; do \
+	  [ -x "$$f" ] || continue; name=$$(basename $$f); \
+	  corpus=fuzz/$$(basename $$(dirname $$f))/corpus; mkdir -p $(FUZZ_DIR)/corpus-$$name; \
+	  echo "== $$name for $(FUZZ_SECONDS) s"; \
+	  $$f -max_total_time=$(FUZZ_SECONDS) -print_final_stats=1 $(FUZZ_DIR)/corpus-$$name $$( [ -d $$corpus ] && echo $$corpus ) 2>&1 | tail -n 12; \
+	  test $${PIPESTATUS[0]} -eq 0; \
+	done
+
+bench: build
+	@mkdir -p $(BUILD)/bench-results
+	@for b in $(BUILD)/bench/*/bench_*; do [ -x "$$b" ] || continue; \
+	  echo "== $$(basename $$b)"; $$b --benchmark_out=$(BUILD)/bench-results/$$(basename $$b).json --benchmark_out_format=json; done
+	@echo "figures written to $(BUILD)/bench-results/"
+
+demo: build
+	@if [ -x tools/demo.sh ]; then tools/demo.sh $(BUILD); else $(BUILD)/tools/log_demo; fi
+
+clean:
+	rm -rf $(BUILD) $(ASAN_DIR) $(TSAN_DIR) $(FUZZ_DIR)

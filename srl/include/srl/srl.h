@@ -1,0 +1,3 @@
+#pragma once
+#include "srl/srl_api.h"
+#include "srl/srl_types.h"
