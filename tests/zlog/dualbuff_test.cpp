@@ -1,0 +1,231 @@
+// Double-buffer channel: record integrity, drop accounting, non-blocking reader, and
+// survival of dead peers and foreign segments.
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/mman.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "dualbuff_layout.h"
+#include "qxutil/dualbuff.h"
+#include "test_support.h"
+
+namespace {
+
+using qxutil::DUAL_BUFF_MAX_SIZE;
+using qxutil::DualBuffReader;
+using qxutil::DualBuffWriter;
+
+constexpr const char* CHANNEL = "dbtest";
+
+std::string drainOnce(DualBuffReader& reader)
+{
+    std::vector<char> buf(DUAL_BUFF_MAX_SIZE);
+    int n = reader.read(buf.data());
+    return std::string(buf.data(), static_cast<size_t>(n));
+}
+
+// Maps the channel's raw segment, as another (possibly misbehaving) process would.
+class RawSegment {
+public:
+    explicit RawSegment(const char* name)
+    {
+        int fd = shm_open(qxutil::channelShmName(name).c_str(), O_RDWR, 0);
+        if (fd >= 0) {
+            base_ = mmap(nullptr, qxutil::DUAL_SHM_SIZE, PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
+            close(fd);
+        }
+    }
+    ~RawSegment()
+    {
+        if (base_ != MAP_FAILED) {
+            munmap(base_, qxutil::DUAL_SHM_SIZE);
+        }
+    }
+    qxutil::detail::SegmentHeader* header() { return static_cast<qxutil::detail::SegmentHeader*>(base_); }
+
+private:
+    void* base_ = MAP_FAILED;
+};
+
+// Creates a foreign object under the channel's name before any of our code attaches.
+void createForeignObject(const char* name, size_t size, uint32_t state, uint32_t magic)
+{
+    int fd = shm_open(qxutil::channelShmName(name).c_str(), O_RDWR | O_CREAT | O_EXCL, 0600);
+    ASSERT_GE(fd, 0);
+    ASSERT_EQ(ftruncate(fd, static_cast<off_t>(size)), 0);
+    uint32_t words[2] = {state, magic};
+    ASSERT_EQ(pwrite(fd, words, sizeof words, 0), static_cast<ssize_t>(sizeof words));
+    close(fd);
+}
+
+TEST(DualBuff, RecordsComeOutWholeInOrderAndEmptyReadsReturnZero)
+{
+    zlog_test::ShmScope scope{CHANNEL};
+    DualBuffWriter writer(CHANNEL);
+    DualBuffReader reader(CHANNEL);
+    ASSERT_TRUE(writer.attached());
+    EXPECT_EQ(drainOnce(reader), "");
+    EXPECT_EQ(writer.write("first\n", 6), 0);
+    EXPECT_EQ(writer.write("second\n", 7), 0);
+    EXPECT_EQ(drainOnce(reader), "first\nsecond\n");
+    EXPECT_EQ(drainOnce(reader), "");
+    // After the swap writers go on in the other half; nothing is lost or repeated.
+    EXPECT_EQ(writer.write("third\n", 6), 0);
+    EXPECT_EQ(drainOnce(reader), "third\n");
+    EXPECT_EQ(writer.dropped(), 0u);
+}
+
+TEST(DualBuff, FullHalfDropsWholeRecordsAndCountsThem)
+{
+    zlog_test::ShmScope scope{CHANNEL};
+    DualBuffWriter writer(CHANNEL);
+    DualBuffReader reader(CHANNEL);
+    const std::string record(1000, 'r');
+    size_t accepted = 0;
+    while (writer.write(record.data(), record.size()) == 0) {
+        ++accepted;
+    }
+    EXPECT_EQ(accepted, DUAL_BUFF_MAX_SIZE / record.size());
+    EXPECT_EQ(writer.dropped(), 1u);
+    // The remainder still takes a record that fits exactly.
+    const std::string tail(DUAL_BUFF_MAX_SIZE - accepted * record.size(), 't');
+    EXPECT_EQ(writer.write(tail.data(), tail.size()), 0);
+    EXPECT_EQ(writer.write("x", 1), -1);
+    EXPECT_EQ(writer.dropped(), 2u);
+
+    std::string all = drainOnce(reader);
+    ASSERT_EQ(all.size(), DUAL_BUFF_MAX_SIZE);
+    EXPECT_EQ(all.substr(all.size() - tail.size()), tail);
+    EXPECT_EQ(all.find('x'), std::string::npos);
+}
+
+TEST(DualBuff, RecordSizeLimitIsOneHalf)
+{
+    zlog_test::ShmScope scope{CHANNEL};
+    DualBuffWriter writer(CHANNEL);
+    DualBuffReader reader(CHANNEL);
+    std::string huge(DUAL_BUFF_MAX_SIZE + 1, 'h');
+    EXPECT_EQ(writer.write(huge.data(), huge.size()), -1);
+    EXPECT_EQ(writer.dropped(), 1u);
+    EXPECT_EQ(writer.write(huge.data(), DUAL_BUFF_MAX_SIZE), 0);
+    EXPECT_EQ(drainOnce(reader).size(), DUAL_BUFF_MAX_SIZE);
+}
+
+TEST(DualBuff, OneReadTakesEverythingPending)
+{
+    zlog_test::ShmScope scope{CHANNEL};
+    DualBuffWriter writer(CHANNEL);
+    DualBuffReader reader(CHANNEL);
+    std::string expected;
+    for (int i = 0; i < 20000; ++i) {
+        std::string rec = "record " + std::to_string(i) + "\n";
+        ASSERT_EQ(writer.write(rec.data(), rec.size()), 0);
+        expected += rec;
+    }
+    EXPECT_EQ(drainOnce(reader), expected);
+}
+
+TEST(DualBuff, ScopesSeparateChannelsOfTheSameName)
+{
+    zlog_test::ShmScope scopeA{CHANNEL};
+    DualBuffWriter writerA(CHANNEL);
+    DualBuffReader readerA(CHANNEL);
+    {
+        zlog_test::ShmScope scopeB{CHANNEL};
+        DualBuffWriter writerB(CHANNEL);
+        DualBuffReader readerB(CHANNEL);
+        writerB.write("b", 1);
+        EXPECT_EQ(drainOnce(readerB), "b");
+    }
+    writerA.write("a", 1);
+    EXPECT_EQ(drainOnce(readerA), "a");
+}
+
+TEST(DualBuff, ReaderReturnsAtOnceWhileAnotherReaderDrains)
+{
+    zlog_test::ShmScope scope{CHANNEL};
+    DualBuffWriter writer(CHANNEL);
+    DualBuffReader reader(CHANNEL);
+    RawSegment raw(CHANNEL);
+    writer.write("pending", 7);
+    ASSERT_EQ(pthread_mutex_lock(&raw.header()->drain_lock), 0);
+    EXPECT_EQ(drainOnce(reader), "");
+    pthread_mutex_unlock(&raw.header()->drain_lock);
+    EXPECT_EQ(drainOnce(reader), "pending");
+}
+
+TEST(DualBuff, WriterDyingWhileHoldingTheLockDoesNotWedgeTheChannel)
+{
+    zlog_test::ShmScope scope{CHANNEL};
+    DualBuffWriter writer(CHANNEL);
+    DualBuffReader reader(CHANNEL);
+    writer.write("before\n", 7);
+    pid_t child = fork();
+    ASSERT_GE(child, 0);
+    if (child == 0) {
+        RawSegment raw(CHANNEL);
+        pthread_mutex_lock(&raw.header()->data_lock);
+        _exit(0);  // dies owning the lock, as a writer killed inside write() would
+    }
+    int status = 0;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    EXPECT_EQ(writer.write("after\n", 6), 0);
+    EXPECT_EQ(drainOnce(reader), "before\nafter\n");
+}
+
+TEST(DualBuff, HalfOfAReaderThatDiedMidCopyIsHandedOutAgain)
+{
+    zlog_test::ShmScope scope{CHANNEL};
+    DualBuffWriter writer(CHANNEL);
+    DualBuffReader reader(CHANNEL);
+    RawSegment raw(CHANNEL);
+    writer.write("old\n", 4);
+    raw.header()->active = 1;  // what a reader leaves behind after the swap, before clearing
+    writer.write("new\n", 4);
+    EXPECT_EQ(drainOnce(reader), "old\n");
+    EXPECT_EQ(drainOnce(reader), "new\n");
+    EXPECT_EQ(drainOnce(reader), "");
+}
+
+TEST(DualBuffForeignSegment, WrongSizeOrMagicIsRejectedWithoutTouchingIt)
+{
+    struct Foreign {
+        size_t size;
+        uint32_t magic;
+    };
+    // A short object would fault if mapped at full size; a full-size one with a strange
+    // magic belongs to someone else.
+    for (Foreign foreign : {Foreign{4096, qxutil::detail::SEGMENT_MAGIC}, Foreign{qxutil::DUAL_SHM_SIZE, 0xdeadbeef}}) {
+        zlog_test::ShmScope scope{CHANNEL};
+        createForeignObject(CHANNEL, foreign.size, qxutil::detail::StateReady, foreign.magic);
+        DualBuffReader reader(CHANNEL);
+        DualBuffWriter writer(CHANNEL);
+        EXPECT_FALSE(reader.attached());
+        EXPECT_EQ(drainOnce(reader), "");
+        EXPECT_EQ(writer.write("x", 1), -1);
+        EXPECT_EQ(writer.dropped(), 1u);
+        RawSegment raw(CHANNEL);
+        EXPECT_EQ(raw.header()->magic, foreign.magic);
+    }
+}
+
+TEST(DualBuffForeignSegment, ScribbledFillLevelsAreDiscardedAndTheChannelRecovers)
+{
+    zlog_test::ShmScope scope{CHANNEL};
+    DualBuffWriter writer(CHANNEL);
+    DualBuffReader reader(CHANNEL);
+    RawSegment raw(CHANNEL);
+    writer.write("lost", 4);
+    raw.header()->used[0] = ~0ull;
+    EXPECT_EQ(writer.write("refused", 7), -1);
+    EXPECT_EQ(drainOnce(reader), "");
+    EXPECT_EQ(writer.write("fine", 4), 0);
+    EXPECT_EQ(drainOnce(reader), "fine");
+}
+
+}  // namespace

@@ -1,0 +1,97 @@
+// Rotating log file: generation shifting, size limit edges, failures that must not crash.
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <filesystem>
+#include <regex>
+#include <string>
+
+#include "test_support.h"
+#include "zlog/zlogsvr.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using zlog_test::readFile;
+
+class LogFileTest : public testing::Test {
+protected:
+    zlog_test::TempDir dir;
+    std::string bus = (dir.path() / "bus").string();
+    std::string block(char c, size_t n = 6000) { return std::string(n, c); }
+    bool exists(const std::string& suffix) { return fs::exists(bus + suffix); }
+};
+
+TEST_F(LogFileTest, BusGenerationsShiftAndTheOldestIsDeleted)
+{
+    zlog::LogFile file(bus.c_str(), zlog::ZLOG_BUS_FILE_MAX_SIZE, 2);
+    ASSERT_TRUE(file.enabled());
+    for (char c : {'A', 'B', 'C', 'D'}) {
+        ASSERT_EQ(file.write(block(c).data(), 6000), 0);
+    }
+    EXPECT_EQ(readFile(bus), block('D'));
+    EXPECT_EQ(readFile(bus + ".0"), block('C'));
+    EXPECT_EQ(readFile(bus + ".1"), block('B'));
+    EXPECT_FALSE(exists(".2"));
+}
+
+TEST_F(LogFileTest, LimitIsInclusiveAndOversizedBlocksStayWhole)
+{
+    zlog::LogFile file(bus.c_str(), 10240, 2);
+    std::string big = block('O', 15000);
+    ASSERT_EQ(file.write(big.data(), big.size()), 0);  // into an empty file: no rotation
+    EXPECT_FALSE(exists(".0"));
+    EXPECT_EQ(readFile(bus), big);
+
+    ASSERT_EQ(file.write("x", 1), 0);  // 15001 > limit: the big block moves to .0
+    EXPECT_EQ(readFile(bus + ".0"), big);
+    std::string fill = block('f', 10239);
+    ASSERT_EQ(file.write(fill.data(), fill.size()), 0);  // exactly the limit: stays
+    EXPECT_EQ(readFile(bus), "x" + fill);
+    ASSERT_EQ(file.write(big.data(), big.size()), 0);  // oversized into a non-empty file
+    EXPECT_EQ(readFile(bus), big);
+    EXPECT_EQ(readFile(bus + ".0"), "x" + fill);
+    EXPECT_EQ(readFile(bus + ".1"), big);
+}
+
+TEST_F(LogFileTest, FailedRenameEndsShiftingAndWritingGoesOn)
+{
+    zlog::LogFile file(bus.c_str(), 10, 2);
+    ASSERT_EQ(file.write("0123456789", 10), 0);
+    ASSERT_EQ(file.write("abc", 3), 0);  // first block now in bus.0
+    // A non-empty directory named bus.1 can neither be deleted nor replaced by bus.0.
+    fs::create_directories(bus + ".1/blocker");
+    ASSERT_EQ(file.write("0123456789", 10), 0);
+    EXPECT_EQ(readFile(bus + ".0"), "0123456789");
+    EXPECT_EQ(readFile(bus), "abc0123456789");
+}
+
+TEST_F(LogFileTest, ZeroGenerationsStartsTheFileOver)
+{
+    zlog::LogFile file(bus.c_str(), 10, 0);
+    file.write("0123456789", 10);
+    file.write("next", 4);
+    EXPECT_EQ(readFile(bus), "next");
+    EXPECT_FALSE(exists(".0"));
+}
+
+TEST_F(LogFileTest, UnopenableFileRefusesQuietly)
+{
+    zlog::LogFile file((dir.path() / "missing" / "bus").c_str());
+    EXPECT_FALSE(file.enabled());
+    EXPECT_EQ(file.write("x", 1), -1);
+    EXPECT_EQ(file.rotate(), -1);
+}
+
+TEST_F(LogFileTest, NullBlockIsAProgrammingErrorNamingTheFunction)
+{
+    zlog::LogFile file(bus.c_str());
+    EXPECT_DEATH(file.write(nullptr, 1), "int zlog::LogFile::write\\(const char\\*, size_t\\)");
+}
+
+TEST(LogTime, DateUsesBackslashesAndEndsWithABlank)
+{
+    EXPECT_TRUE(std::regex_match(zlog::get_time(), std::regex(R"(\d{4}\\\d{2}\\\d{2} \d{2}:\d{2}:\d{2} )")));
+}
+
+}  // namespace
