@@ -21,3 +21,5 @@ endif()
 if(EXISTS ${CMAKE_CURRENT_LIST_DIR}/adapter_rest.cmake)
   include(${CMAKE_CURRENT_LIST_DIR}/adapter_rest.cmake)
 endif()
+
+include(${CMAKE_CURRENT_LIST_DIR}/process.cmake)

@@ -1,0 +1,142 @@
+// Port objects, the singleton, power/enable and the settings that go to the controller.
+#include <unistd.h>
+
+#include "itf_rc/rcitf_internal.h"
+
+namespace srci {
+namespace {
+
+std::shared_ptr<SrciPortStat> __stat;
+std::shared_ptr<SrciPortCmd> __cmd;
+JogCmdParam lastJogCmd_;
+
+void realSleep(int ms) { usleep(static_cast<useconds_t>(ms) * 1000u); }
+SleepFn sleepFn = realSleep;
+
+// Power and enable are followed by a wait in one-second steps until the controller reports
+// the wanted state, or `checks` steps have passed.
+bool waitForState(bool wanted, int counter, bool (RcItf::*query)()) {
+    RcItf* rc = RcItf::get(false);
+    while ((rc->*query)() != wanted && counter >= 0) {
+        rcitf_detail::sleepMs(1000);
+        --counter;
+    }
+    return (rc->*query)() == wanted;
+}
+
+}  // namespace
+
+namespace rcitf_detail {
+void sleepMs(int ms) { sleepFn(ms); }
+JogCmdParam& lastJogCmd() { return lastJogCmd_; }
+}  // namespace rcitf_detail
+
+const JogCmdParam& lastJogCommand() { return lastJogCmd_; }
+void setRcItfSleep(SleepFn fn) { sleepFn = fn ? fn : realSleep; }
+
+std::shared_ptr<SrciPortStat> getStat() {
+    if (!__stat) {
+        __stat = std::make_shared<SrciPortStat>();
+        __stat->init();
+        __stat->poll();
+    }
+    return __stat;
+}
+
+std::shared_ptr<SrciPortCmd> getCmd() {
+    if (!__cmd) {
+        __cmd = std::make_shared<SrciPortCmd>();
+        __cmd->init();
+    }
+    return __cmd;
+}
+
+RcItf* RcItf::get(bool poll) {
+    static RcItf* instance = new RcItf();
+    if (poll) getStat()->poll();
+    return instance;
+}
+
+void RcItf::setOperationMode(OperationMode m) {
+    if (m != OperationMode::External_Automatic) throw static_cast<int>(err_operation_mode);
+}
+
+int RcItf::operationMode_toVeld(OperationMode) { return 0; }
+
+OperationMode RcItf::operationMode_fromVeld(unsigned char) { return OperationMode::External_Automatic; }
+
+void RcItf::robotPower(bool on) {
+    const int result = on ? rcitf_detail::cmd().powerOnRobot() : rcitf_detail::cmd().powerOffRobot();
+    const int failure = on ? err_power_on : err_power_off;
+    if (result != 0) throw failure;
+    if (!waitForState(on, 15, &RcItf::isRobotPower)) throw failure;
+}
+
+void RcItf::robotEnable(bool on) {
+    auto& c = rcitf_detail::cmd();
+    if (on) {
+        if (c.enableRobot() != 0) throw static_cast<int>(err_enable);
+    } else {
+        c.motionStop();
+        if (c.disableRobot() != 0) throw static_cast<int>(err_disable);
+    }
+    if (!waitForState(on, 5, &RcItf::isRobotEnable)) throw static_cast<int>(on ? err_enable : err_disable);
+}
+
+void RcItf::exit_protect(unsigned char type) { rcitf_detail::cmd().exitProtect(type); }
+
+void RcItf::robotKineInit() {
+    if (rcitf_detail::cmd().kineInit(rcitf_detail::stat().ra_dh_param, 0) != 0) throw static_cast<int>(err_kine_init);
+}
+
+void RcItf::setTool(unsigned char id, POSE pose) {
+    if (id < 1 || id > 15) throw static_cast<int>(err_tools_index);
+    double p[6];
+    pose.toArray(p);
+    if (rcitf_detail::cmd().setToolOffset(p, id, "") != 0) throw static_cast<int>(err_tools_setting);
+    rcitf_detail::sleepMs(rcitf_detail::ControllerSequenceWaitTime_ms);
+}
+
+void RcItf::setUsrFrame(unsigned char id, POSE pose) {
+    if (id < 1 || id > 15) throw static_cast<int>(err_frames_index);
+    double p[6];
+    pose.toArray(p);
+    if (rcitf_detail::cmd().setUsrFrame(p, id, "") != 0) throw static_cast<int>(err_frames_setting);
+    rcitf_detail::sleepMs(rcitf_detail::ControllerSequenceWaitTime_ms);
+}
+
+void RcItf::setToolId(int id) {
+    if (id == -1) return;
+    if (id < 0 || id > 15 || rcitf_detail::cmd().setToolId(id) != 0) throw static_cast<int>(err_tools_index);
+    rcitf_detail::sleepMs(rcitf_detail::ControllerSequenceWaitTime_ms);
+}
+
+void RcItf::setUsrFrameId(int id) {
+    if (id == -1) return;
+    if (id < 0 || id > 15 || rcitf_detail::cmd().setFrameId(id) != 0) throw static_cast<int>(err_frames_index);
+    rcitf_detail::sleepMs(rcitf_detail::ControllerSequenceWaitTime_ms);
+}
+
+void RcItf::setLoad(LoadData load) {
+    const double values[4] = {load.mass, load.x, load.y, load.z};
+    if (rcitf_detail::cmd().setLoad(values) != 0) throw static_cast<int>(err_load_index);
+}
+
+int RcItf::setSoftLimits(double* lim) {
+    for (int i = 0; i < RA_JOINT_NUM; ++i) {
+        rcitf_detail::cmd().setMinLimit(i, lim[2 * i]);
+        rcitf_detail::cmd().setMaxLimit(i, lim[2 * i + 1]);
+    }
+    return 0;
+}
+
+void RcItf::setReferenceDynamic(ReferenceDynamic d) {
+    rcitf_detail::cmd().setReferenceDynamic(d.vel, d.acc, d.dec, d.jerk);
+}
+
+void RcItf::SetSpeedRatio(double r) { rcitf_detail::cmd().setSpeedRatio(r); }
+
+void RcItf::getWorkArea() {}
+void RcItf::setWorkArea() {}
+
+}  // namespace srci

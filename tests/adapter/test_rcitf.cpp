@@ -1,0 +1,239 @@
+// The controller adapter against the simulated arm, stepped manually: every wait of the
+// adapter advances simulated time instead of sleeping.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+#include <vector>
+
+#include "itf_rc/rcitf.h"
+#include "srciport/sim_arm.h"
+
+using namespace srci;
+using srciport::SimArm;
+
+namespace {
+
+std::vector<int> sleeps;
+
+void steppedSleep(int ms) {
+    sleeps.push_back(ms);
+    SimArm::instance().step(ms / 1000.0);
+}
+
+class RcItfTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        SimArm::instance().setManual(true);
+        SimArm::instance().reset();
+        setRcItfSleep(steppedSleep);
+        rc = RcItf::get(true);
+        sleeps.clear();
+    }
+    void TearDown() override { setRcItfSleep(nullptr); }
+
+    void powerAndEnable() {
+        rc->robotPower(true);
+        rc->robotEnable(true);
+        sleeps.clear();
+    }
+
+    template <class F>
+    int thrownCode(F f) {
+        try {
+            f();
+        } catch (int code) {
+            return code;
+        }
+        return 0;
+    }
+
+    RcItf* rc = nullptr;
+};
+
+TEST_F(RcItfTest, MinusOneToolAndFrameIdsSendNothingAndDoNotPause) {
+    const uint8_t toolBefore = rc->getCurrentTooldId();
+    rc->setToolId(-1);
+    rc->setUsrFrameId(-1);
+    EXPECT_TRUE(sleeps.empty());
+    EXPECT_EQ(rc->getCurrentTooldId(), toolBefore);
+
+    rc->setToolId(3);
+    rc->setUsrFrameId(2);
+    EXPECT_EQ(sleeps, (std::vector<int>{15, 15}));
+    EXPECT_EQ(rc->getCurrentTooldId(), 3);
+    EXPECT_EQ(rc->getCurrentUserFrameId(), 2);
+
+    EXPECT_EQ(thrownCode([&] { rc->setToolId(16); }), err_tools_index);
+    EXPECT_EQ(thrownCode([&] { rc->setToolId(-2); }), err_tools_index);
+    EXPECT_EQ(thrownCode([&] { rc->setUsrFrameId(16); }), err_frames_index);
+}
+
+TEST_F(RcItfTest, ToolZeroIsTheFlangeAndCannotBeOverwritten) {
+    EXPECT_EQ(thrownCode([&] { rc->setTool(0, POSE(0, 0, 100, 0, 0, 0)); }), err_tools_index);
+    EXPECT_EQ(thrownCode([&] { rc->setUsrFrame(16, POSE()); }), err_frames_index);
+    EXPECT_EQ(thrownCode([&] { (void)rc->getTool(16); }), err_tools_index);
+    EXPECT_EQ(thrownCode([&] { (void)rc->getUsrFrame(-2); }), err_frames_index);
+    EXPECT_TRUE(rc->getTool(0).match(POSE()));
+
+    const POSE tool(10, 20, 150, 0, 0, 90);
+    rc->setTool(4, tool);
+    EXPECT_TRUE(rc->getTool(4).match(tool));
+    rc->setToolId(4);
+    EXPECT_TRUE(rc->getTool(-1).match(tool)) << "-1 reads the active tool";
+}
+
+TEST_F(RcItfTest, OnlyExternalAutomaticExistsAndDynamicsHaveNoDecOrJerk) {
+    EXPECT_EQ(thrownCode([&] { rc->setOperationMode(OperationMode::Local_T1); }), err_operation_mode);
+    EXPECT_EQ(thrownCode([&] { rc->setOperationMode(OperationMode::External_Automatic); }), 0);
+    EXPECT_EQ(rc->getOperationMode(), OperationMode::External_Automatic);
+    rc->setReferenceDynamic(ReferenceDynamic{250, 400, 7, 8});
+    const ReferenceDynamic rd = rc->getReferenceDynamic();
+    EXPECT_DOUBLE_EQ(rd.vel, 250);
+    EXPECT_DOUBLE_EQ(rd.acc, 400);
+    EXPECT_EQ(rd.dec, -1.0);
+    EXPECT_EQ(rd.jerk, -1.0);
+}
+
+TEST_F(RcItfTest, PowerWaitsInSecondStepsAndGivesUpAfterSixteenChecks) {
+    SimArm::instance().setPowerDelay(0.3);
+    rc->robotPower(true);
+    EXPECT_TRUE(rc->isRobotPower());
+    EXPECT_EQ(sleeps, (std::vector<int>{1000}));
+
+    rc->robotPower(false);
+    SimArm::instance().setPowerHang(true);
+    sleeps.clear();
+    EXPECT_EQ(thrownCode([&] { rc->robotPower(true); }), err_power_on);
+    EXPECT_EQ(sleeps.size(), 16u);
+
+    SimArm::instance().setPowerHang(false);
+    SimArm::instance().setPowerRefuse(true);
+    sleeps.clear();
+    EXPECT_EQ(thrownCode([&] { rc->robotPower(true); }), err_power_on);
+    EXPECT_TRUE(sleeps.empty()) << "a refused command fails at once";
+}
+
+TEST_F(RcItfTest, EnableRefusedUnderEmergencyStopAndDisabledArmCountsAsDone) {
+    rc->robotPower(true);
+    SimArm::instance().setPStop(true);
+    EXPECT_EQ(thrownCode([&] { rc->robotEnable(true); }), err_enable);
+    SimArm::instance().setPStop(false);
+    rc->robotEnable(true);
+    ASSERT_TRUE(rc->isRobotEnable());
+
+    MoveCmdParam move;
+    move.type = MotionCmdType2::Axes;
+    move.jpos = JOINTS(30, 0, 0, 0, 0, 0);
+    move.generalParam = MoveCmdGeneralParam{20, 50, 0, 7};
+    rc->robotMoveJoint(move);
+    SimArm::instance().step(0.1);
+    EXPECT_FALSE(rc->isRcInstDone());
+    EXPECT_TRUE(rc->isRcMoving());
+    EXPECT_EQ(rc->getCurTrajId(), 7);
+    rc->robotEnable(false);
+    EXPECT_TRUE(rc->isRcInstDone()) << "nothing executes on a disabled arm";
+    EXPECT_FALSE(rc->isRcMoving());
+}
+
+TEST_F(RcItfTest, TurnNumbersCountRevolutionsAndOutOfRangeGivesZero) {
+    struct Case {
+        double angle;
+        int turn;
+    } cases[] = {{0, 0},     {359.999, 0},  {360, 1},  {2879.9, 7},     {2880, 0},   {-0.001, 8},
+                 {-360, 8},  {-360.001, 9}, {-720, 9}, {-2880, 15},     {-2880.1, 0}, {-1440, 11},
+                 {1440, 4}, {std::numeric_limits<double>::quiet_NaN(), 0}};
+    for (const auto& c : cases) EXPECT_EQ(RcItf::getTurnNumber(c.angle), c.turn) << c.angle;
+    EXPECT_EQ(RcItf::calcRefJposByTurnNumber(0), 180.0);
+    EXPECT_EQ(RcItf::calcRefJposByTurnNumber(7), 2700.0);
+    EXPECT_EQ(RcItf::calcRefJposByTurnNumber(8), -180.0);
+    EXPECT_EQ(RcItf::calcRefJposByTurnNumber(15), -2700.0);
+    EXPECT_EQ(RcItf::calcRefJposByTurnNumber(16), 0.0);
+    for (int n = 0; n < 16; ++n) EXPECT_EQ(RcItf::getTurnNumber(RcItf::calcRefJposByTurnNumber(n)), n);
+}
+
+TEST_F(RcItfTest, ConfigurationChoiceFollowsTheModes) {
+    EXPECT_FALSE(RcItf::calcSew_each(3, true, true));
+    EXPECT_TRUE(RcItf::calcSew_each(9, false, false));
+    EXPECT_TRUE(RcItf::calcSew_each(0, true, false));
+    EXPECT_FALSE(RcItf::calcSew_each(1, true, false));
+    SEW target, current;
+    target.fromInt(0b101);
+    current.fromInt(0b010);
+    EXPECT_EQ(RcItf::calcSew(SEWConfig{2, 2, 2}, target, current).toInt(), current.toInt());
+    EXPECT_EQ(RcItf::calcSew(SEWConfig{0, 0, 0}, target, current).toInt(), target.toInt());
+    EXPECT_EQ(RcItf::calcSew(SEWConfig{4, 3, 0}, target, current).toInt(), 0b101);
+}
+
+TEST_F(RcItfTest, KinematicsRoundTripAndUnreachablePosesThrow) {
+    const JOINTS joints(10, -20, 30, 40, 50, 60);
+    POSE pose;
+    SEW sew;
+    rc->fkine(joints, pose, sew, POSE(0, 0, 100, 0, 0, 0), POSE(100, 0, 0, 0, 0, 30));
+    JOINTS solved(0, 0, 0, 0, 0, 0);
+    rc->ikine(pose, solved, sew, POSE(0, 0, 100, 0, 0, 0), POSE(100, 0, 0, 0, 0, 30));
+    for (unsigned char i = 1; i <= 6; ++i) EXPECT_NEAR(solved[i], joints[i], 1e-6) << int(i);
+
+    JOINTS untouched(1, 2, 3, 4, 5, 6);
+    EXPECT_EQ(thrownCode([&] { rc->ikine(POSE(1e5, 0, 0, 0, 0, 0), untouched, sew, POSE(), POSE()); }), err_ikine);
+    EXPECT_EQ(untouched[1], 1) << "a failed solve leaves the seed as it was";
+
+    const POSE frame(200, 100, 0, 0, 0, 90);
+    const POSE inUser = rc->calFrame_world_to_user(pose, frame);
+    EXPECT_TRUE(rc->calFrame_user_to_world(inUser, frame).match(pose));
+}
+
+TEST_F(RcItfTest, DirectMoveRefusesFixedTurnNumbersAndReachesFreeTargets) {
+    powerAndEnable();
+    POSE target;
+    SEW sew;
+    rc->fkine(JOINTS(20, -10, 20, 0, 40, 0), target, sew, rc->getTool(-1), rc->getUsrFrame(-1));
+    MoveCmdParam move;
+    move.type = MotionCmdType2::Direct;
+    move.pos = target;
+    move.generalParam = MoveCmdGeneralParam{60, 120, 0, 9};
+    move.sewConfigMode = SEWConfig{1, 1, 1};
+    move.turnMode = static_cast<uint8_t>(TurnModeEnum::UseIt);
+    EXPECT_EQ(thrownCode([&] { rc->robotMoveDirect(move); }), err_turnMode);
+    move.turnMode = static_cast<uint8_t>(TurnModeEnum::FreeIt);
+    rc->robotMoveDirect(move);
+    SimArm::instance().step(5.0);
+    EXPECT_TRUE(rc->isRcInstDone());
+    EXPECT_TRUE(rc->getCartesianPos().match(target));
+}
+
+TEST_F(RcItfTest, JogDistanceDecidesIncrementalOrContinuousAndZeroDirectionStops) {
+    powerAndEnable();
+    JogCmdParam jog;
+    jog.mode = JogMode::Axes;
+    jog.direction = 1;
+    jog.speed = 10;
+    jog.distance = 0.001;
+    const double start = rc->getCurrentJPos()[1];
+    rc->jog(jog);
+    SimArm::instance().step(1.0);
+    EXPECT_NEAR(rc->getCurrentJPos()[1], start + 0.001, 1e-6) << "incremental";
+    EXPECT_FALSE(rc->isRcMoving());
+
+    jog.distance = 0.0009;
+    jog.jogId = 5;
+    rc->jog(jog);
+    SimArm::instance().step(1.0);
+    EXPECT_TRUE(rc->isRcMoving()) << "continuous until stopped";
+    JogCmdParam stop = jog;
+    stop.direction = 0;
+    rc->jog(stop);
+    EXPECT_EQ(lastJogCommand().direction, 1) << "a stop does not replace the last jog";
+    EXPECT_EQ(lastJogCommand().jogId, 5u);
+    SimArm::instance().step(1.0);
+    EXPECT_FALSE(rc->isRcMoving());
+    EXPECT_THROW(RcItf::jogmode_srci2veld(static_cast<JogMode>(7)), const char*);
+}
+
+TEST_F(RcItfTest, SpeedAccCheckRefusesOnlyNegativeValues) {
+    EXPECT_EQ(thrownCode([] { RcItf::checkSpeedAcc(0, 0); }), 0);
+    EXPECT_EQ(thrownCode([] { RcItf::checkSpeedAcc(-0.1, 1); }), err_move);
+    EXPECT_EQ(thrownCode([] { RcItf::checkSpeedAcc(1, -0.1); }), err_move);
+}
+
+}  // namespace
