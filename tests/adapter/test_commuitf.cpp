@@ -22,7 +22,8 @@ void removeStaleSegment() {
     }
 }
 
-// Holds the segment with a chosen number of attachments, like the I/O manager does.
+// Holds the segment with a chosen number of attachments and the semaphore free, like the
+// I/O manager does.
 class ProcessImage {
 public:
     explicit ProcessImage(int attachments) {
@@ -30,16 +31,21 @@ public:
         id_ = shmget(PNDEV_SHM_KEY, PNDEV_SHM_SIZE, IPC_CREAT | 0666);
         EXPECT_GE(id_, 0);
         for (int i = 0; i < attachments; ++i) maps_[i] = static_cast<PNDevShm*>(shmat(id_, nullptr, 0));
+        sem_ = semget(PNDEV_SEM_KEY, 1, IPC_CREAT | 0666);
+        EXPECT_GE(sem_, 0);
+        EXPECT_EQ(semctl(sem_, 0, SETVAL, 1), 0);
     }
     ~ProcessImage() {
         for (auto* m : maps_)
             if (m) shmdt(m);
         shmctl(id_, IPC_RMID, nullptr);
+        semctl(sem_, 0, IPC_RMID);
     }
     PNDevShm& image() { return *maps_[0]; }
 
 private:
     int id_ = -1;
+    int sem_ = -1;
     PNDevShm* maps_[2] = {nullptr, nullptr};
 };
 
