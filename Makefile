@@ -10,7 +10,7 @@ FUZZ_DIR  ?= build-fuzz
 FUZZ_SECONDS ?= 60
 
 DEB_PACKAGES := cmake g++ make libgtest-dev libgmock-dev libbenchmark-dev \
-                clang libclang-rt-14-dev procps
+                clang libclang-rt-14-dev procps liborocos-kdl-dev
 
 .PHONY: all deps build test asan tsan fuzz fuzz-ci bench demo clean
 

@@ -1,0 +1,49 @@
+// State of the simulated arm shared by its lifecycle/status part (sim_arm.cpp) and its
+// command part (sim_commands.cpp). Everything here is guarded by `mu`.
+#pragma once
+
+#include "control_channel.h"
+#include "motion_queue.h"
+#include "safety.h"
+#include "srciport/euler.h"
+#include "srciport/sim_arm.h"
+
+#include <atomic>
+#include <mutex>
+#include <thread>
+
+namespace srciport {
+
+struct SimArm::Impl {
+    mutable std::mutex mu;
+    Kinematics kin;
+    Safety safety;
+    MotionQueue motion;
+    double now = 0;
+    double ratio = 1;
+    double tools[SRCIPORT_TOOL_NUM][6] = {};
+    double frames[SRCIPORT_FRAME_NUM][6] = {};
+    uint32_t toolId = 0, frameId = 0;
+    SrciPortPayload payload = {};
+    LimitTable hard{}, soft{};
+    double refDyn[4] = {}, defDyn[4] = {};
+    bool app = false;
+    int32_t profinet = SRCIPORT_PROFINET_RUNNING;
+    SrciPortStat status;
+
+    bool manual = false;
+    std::mutex startMu;  // serialises start-up of the thread and the channel
+    std::thread thread;
+    std::atomic<bool> running{false};
+    ControlChannel channel;
+
+    void resetLocked();
+    void tickLocked(double dt);
+    void publishLocked();
+    MotionContext context() const {
+        return {&kin, soft, poseToTransform(tools[toolId]), poseToTransform(frames[frameId])};
+    }
+    void threadMain();
+};
+
+}  // namespace srciport

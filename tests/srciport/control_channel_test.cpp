@@ -1,0 +1,173 @@
+#include "sim_fixture.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+using namespace srciport;
+namespace fs = std::filesystem;
+
+namespace {
+
+// Connects, sends raw bytes, reads `lines` answer lines.
+std::vector<std::string> exchange(const std::string& path, const std::string& bytes, int lines) {
+    std::vector<std::string> out;
+    const int fd = ::socket(AF_UNIX, SOCK_STREAM, 0);
+    sockaddr_un addr{};
+    addr.sun_family = AF_UNIX;
+    std::snprintf(addr.sun_path, sizeof addr.sun_path, "%s", path.c_str());
+    if (::connect(fd, reinterpret_cast<sockaddr*>(&addr), sizeof addr) != 0) {
+        ::close(fd);
+        return out;
+    }
+    size_t off = 0;
+    while (off < bytes.size()) {
+        const ssize_t n = ::send(fd, bytes.data() + off, bytes.size() - off, MSG_NOSIGNAL);
+        if (n <= 0) break;
+        off += static_cast<size_t>(n);
+    }
+    std::string cur;
+    char c;
+    while (static_cast<int>(out.size()) < lines && ::recv(fd, &c, 1, 0) == 1) {
+        if (c == '\n') {
+            out.push_back(cur);
+            cur.clear();
+        } else {
+            cur.push_back(c);
+        }
+    }
+    ::close(fd);
+    return out;
+}
+
+}  // namespace
+
+using ControlRequestTest = SimArmTest;
+
+TEST_F(ControlRequestTest, RequestsChangeAndReportState) {
+    EXPECT_EQ(arm.request("estop on"), "ok estop on");
+    EXPECT_EQ(arm.request("pstop on"), "ok pstop on");
+    EXPECT_EQ(arm.request("app on"), "ok app on");
+    EXPECT_EQ(arm.request("profinet down"), "ok profinet down");
+    EXPECT_EQ(arm.request("error 0xF0018"), "ok error 0xF0018");
+    stat.poll();
+    EXPECT_EQ(stat.isEStop, 1);
+    EXPECT_EQ(stat.isPStop, 1);
+    EXPECT_EQ(stat.isAppConnected, 1);
+    EXPECT_NE(stat.profinet_state, SRCIPORT_PROFINET_RUNNING);
+    EXPECT_EQ(stat.errCode, 0xF0018);
+    EXPECT_EQ(stat.errType, -1);
+    const std::string flags = arm.request("flags");
+    EXPECT_EQ(flags.rfind("ok ", 0), 0u);
+    for (const char* part : {"estop=1", "pstop=1", "app=1", "err=0xF0018", "errtype=-1", "traj=-1",
+                             "powered=0", "inst_done=1"})
+        EXPECT_NE(flags.find(part), std::string::npos) << part << " in " << flags;
+    EXPECT_EQ(arm.request("error 66"), "ok error 0x42");
+    EXPECT_EQ(arm.request("  estop   off  "), "ok estop off");
+    EXPECT_EQ(arm.request("reset"), "ok reset");
+    stat.poll();
+    EXPECT_EQ(stat.isPStop, 0);
+    EXPECT_EQ(stat.errCode, 0);
+    EXPECT_EQ(stat.profinet_state, SRCIPORT_PROFINET_RUNNING);
+}
+
+TEST_F(ControlRequestTest, TimingKnobsAndPowerRefusal) {
+    EXPECT_EQ(arm.request("power-delay 50"), "ok power-delay 50");
+    EXPECT_EQ(arm.request("enable-delay 20"), "ok enable-delay 20");
+    ASSERT_EQ(cmd.powerOnRobot(), 0);
+    arm.step(0.06);
+    ASSERT_EQ(cmd.enableRobot(), 0);
+    arm.step(0.03);
+    stat.poll();
+    EXPECT_NE(stat.ra_enable_stat, 0);
+    EXPECT_EQ(arm.request("power-refuse on"), "ok power-refuse on");
+    ASSERT_EQ(cmd.powerOffRobot(), 0);
+    EXPECT_NE(cmd.powerOnRobot(), 0);
+    // joints / pose / queue answer with numbers
+    double q[6];
+    const std::string j = arm.request("joints");
+    ASSERT_EQ(std::sscanf(j.c_str(), "ok %lf %lf %lf %lf %lf %lf", &q[0], &q[1], &q[2], &q[3], &q[4], &q[5]), 6);
+    EXPECT_EQ(q[4], 90.0);
+    EXPECT_EQ(arm.request("pose").rfind("ok ", 0), 0u);
+    EXPECT_EQ(arm.request("queue").rfind("ok active=0 queued=0", 0), 0u);
+}
+
+TEST_F(ControlRequestTest, BadRequestsAreErrors) {
+    for (const char* bad : {"", "   ", "bogus", "estop", "estop maybe", "estop on off", "error",
+                            "error 0x", "error -5", "error 99999999999999999999", "error 12abc",
+                            "power-delay -1", "power-delay 600001", "profinet sideways", "joints 1"}) {
+        const std::string a = arm.request(bad);
+        EXPECT_EQ(a.rfind("error: ", 0), 0u) << "'" << bad << "' -> " << a;
+    }
+    EXPECT_EQ(arm.request("help").rfind("ok ", 0), 0u);
+    stat.poll();
+    EXPECT_EQ(stat.errCode, 0);
+}
+
+TEST_F(ControlRequestTest, SocketServesLinesAndSurvivesJunk) {
+    const fs::path dir = fs::temp_directory_path() / ("srciport-test-" + std::to_string(::getpid()));
+    fs::create_directories(dir);
+    const fs::path old = fs::current_path();
+    fs::current_path(dir);
+    // a stale socket from an earlier run is replaced
+    {
+        const int fd = ::socket(AF_UNIX, SOCK_STREAM, 0);
+        sockaddr_un addr{};
+        addr.sun_family = AF_UNIX;
+        std::snprintf(addr.sun_path, sizeof addr.sun_path, "srciport.sock");
+        ASSERT_EQ(::bind(fd, reinterpret_cast<sockaddr*>(&addr), sizeof addr), 0);
+        ::close(fd);
+    }
+    ASSERT_TRUE(arm.startControlChannel("srciport.sock"));
+    EXPECT_FALSE(arm.startControlChannel("srciport.sock")) << "one channel at a time";
+
+    auto a = exchange("srciport.sock", "flags\napp on\r\n", 2);
+    ASSERT_EQ(a.size(), 2u);
+    EXPECT_EQ(a[0].rfind("ok powered=0", 0), 0u);
+    EXPECT_EQ(a[1], "ok app on");
+    stat.poll();
+    EXPECT_EQ(stat.isAppConnected, 1);
+
+    // an over-long line is one error; the connection keeps working afterwards
+    a = exchange("srciport.sock", std::string(5000, 'x') + "\nhelp\n", 2);
+    ASSERT_EQ(a.size(), 2u);
+    EXPECT_EQ(a[0], "error: line too long");
+    EXPECT_EQ(a[1].rfind("ok ", 0), 0u);
+    a = exchange("srciport.sock", std::string("es\0top on\n\xff\xfe\n", 13) + "joints\n", 3);
+    ASSERT_EQ(a.size(), 3u);
+    EXPECT_EQ(a[0], "error: bad characters");
+    EXPECT_EQ(a[1], "error: bad characters");
+    EXPECT_EQ(a[2].rfind("ok ", 0), 0u);
+    // a client that disconnects mid-line does not disturb the next one
+    exchange("srciport.sock", "estop o", 0);
+    a = exchange("srciport.sock", "estop on\n", 1);
+    ASSERT_EQ(a.size(), 1u);
+    EXPECT_EQ(a[0], "ok estop on");
+
+#ifdef SRCIPORT_CTL_PATH
+    const std::string ctl = SRCIPORT_CTL_PATH;
+    EXPECT_EQ(std::system((ctl + " estop off > ctl.out").c_str()), 0);
+    std::ifstream in("ctl.out");
+    std::string line;
+    std::getline(in, line);
+    EXPECT_EQ(line, "ok estop off");
+    EXPECT_NE(std::system((ctl + " nonsense > /dev/null").c_str()), 0);
+    EXPECT_EQ(std::system((ctl + " --help > /dev/null").c_str()), 0);
+#endif
+    stat.poll();
+    EXPECT_EQ(stat.isEStop, 0);
+
+    arm.stopControlChannel();
+    EXPECT_FALSE(fs::exists("srciport.sock"));
+    // a regular file in the way is left alone and the channel does not start
+    std::ofstream("srciport.sock") << "not a socket";
+    EXPECT_FALSE(arm.startControlChannel("srciport.sock"));
+    EXPECT_TRUE(fs::is_regular_file("srciport.sock"));
+    fs::current_path(old);
+    fs::remove_all(dir);
+}

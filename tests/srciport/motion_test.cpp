@@ -1,0 +1,348 @@
+#include "sim_fixture.h"
+
+#include <cmath>
+
+using namespace srciport;
+
+namespace {
+
+constexpr double dt = SimArm::kTick;
+
+double dist3(const double* a, const double* b) {
+    return std::sqrt((a[0] - b[0]) * (a[0] - b[0]) + (a[1] - b[1]) * (a[1] - b[1]) +
+                     (a[2] - b[2]) * (a[2] - b[2]));
+}
+
+double rotDiffDeg(const double* a, const double* b) {
+    return rad2deg(rotationAngle(transpose(eulerToMatrix(a[3], a[4], a[5])) * eulerToMatrix(b[3], b[4], b[5])));
+}
+
+// Samples of one quantity per tick; checks first and second differences against limits.
+struct Kinematic1D {
+    std::vector<std::array<double, 6>> samples;
+    double maxSpeed(int n) const {  // n = 3: Cartesian xyz, 6: per-joint maximum
+        double m = 0;
+        for (size_t k = 1; k < samples.size(); ++k) {
+            if (n == 3) m = std::max(m, dist3(samples[k].data(), samples[k - 1].data()) / dt);
+            else
+                for (int j = 0; j < 6; ++j) m = std::max(m, std::fabs(samples[k][j] - samples[k - 1][j]) / dt);
+        }
+        return m;
+    }
+    double maxAcc(int n) const {
+        double m = 0;
+        for (size_t k = 2; k < samples.size(); ++k) {
+            double d[6];
+            for (int j = 0; j < 6; ++j) d[j] = samples[k][j] - 2 * samples[k - 1][j] + samples[k - 2][j];
+            if (n == 3) m = std::max(m, std::sqrt(d[0] * d[0] + d[1] * d[1] + d[2] * d[2]) / (dt * dt));
+            else
+                for (int j = 0; j < 6; ++j) m = std::max(m, std::fabs(d[j]) / (dt * dt));
+        }
+        return m;
+    }
+};
+
+}  // namespace
+
+class MotionTest : public SimArmTest {
+protected:
+    void SetUp() override {
+        SimArmTest::SetUp();
+        powerAndEnable();
+    }
+};
+
+TEST_F(MotionTest, JointMoveKeepsLimitsAndReachesTarget) {
+    for (double ratio : {1.0, 0.4}) {
+        ASSERT_EQ(cmd.setSpeedRatio(ratio), 0);
+        const double target[6] = {40, 30, -50, 60, 45, -90};
+        const double vel = 60, acc = 200;
+        stat.poll();
+        EXPECT_EQ(stat.cur_trajId, ratio == 1.0 ? -1 : 7) << "id keeps the last move";
+        ASSERT_EQ(cmd.movjAbs(target, vel, acc, 7, 0), 0);
+        Kinematic1D k;
+        bool sawMoving = false;
+        runUntilDone(20, [&](const SrciPortStat& s) {
+            std::array<double, 6> q;
+            std::copy(s.act_jpos, s.act_jpos + 6, q.begin());
+            k.samples.push_back(q);
+            sawMoving = sawMoving || s.ra_is_moving;
+            if (s.ra_is_moving) {
+                EXPECT_EQ(s.cur_trajId, 7);
+                EXPECT_FALSE(s.ra_is_inst_done);
+            }
+        });
+        EXPECT_TRUE(sawMoving);
+        EXPECT_LE(k.maxSpeed(6), vel * ratio * 1.01);
+        EXPECT_GE(k.maxSpeed(6), vel * ratio * 0.95) << "the leading joint reaches cruise speed";
+        EXPECT_LE(k.maxAcc(6), acc * 1.01);
+        stat.poll();
+        for (int j = 0; j < 6; ++j) EXPECT_NEAR(stat.act_jpos[j], target[j], 0.01);
+        EXPECT_TRUE(stat.ra_is_inst_done);
+        EXPECT_FALSE(stat.ra_is_moving);
+        EXPECT_EQ(stat.cur_trajId, 7);
+        EXPECT_EQ(stat.errType, 0);
+        // back home for the second pass
+        const double home[6] = {0, 0, 0, 0, 90, 0};
+        ASSERT_EQ(cmd.movjAbs(home, 90, 300, 7, 0), 0);
+        runUntilDone(20);
+    }
+}
+
+TEST_F(MotionTest, LinearMoveFollowsStraightLine) {
+    const double tool[6] = {0, 0, 120, 0, 0, 0};
+    const double frame[6] = {400, -200, 300, 0, 0, 45};
+    ASSERT_EQ(cmd.setToolOffset(tool, 2, ""), 0);
+    ASSERT_EQ(cmd.setUsrFrame(frame, 3, ""), 0);
+    ASSERT_EQ(cmd.setToolId(2), 0);
+    ASSERT_EQ(cmd.setFrameId(3), 0);
+    const double start[6] = {10, 0, -60, 5, 50, 0};
+    ASSERT_EQ(cmd.movjAbs(start, 100, 400, 1, 0), 0);
+    runUntilDone(20);
+    stat.poll();
+    double a[6], b[6];
+    std::copy(stat.act_cartpos, stat.act_cartpos + 6, a);
+    std::copy(a, a + 6, b);
+    b[0] -= 100;
+    b[1] += 120;
+    b[2] -= 150;
+    b[3] += 10;
+    b[5] -= 20;
+    const double vel = 200, acc = 800;
+    ASSERT_EQ(cmd.movl(b, vel, acc, 2, 0), 0);
+    Kinematic1D k;
+    double worstDev = 0, worstOriLag = 0;
+    const double len = dist3(a, b);
+    const double totalRot = rotDiffDeg(a, b);
+    runUntilDone(20, [&](const SrciPortStat& s) {
+        std::array<double, 6> p;
+        std::copy(s.act_cartpos, s.act_cartpos + 6, p.begin());
+        k.samples.push_back(p);
+        // distance from the line a-b and orientation progress matching the position progress
+        double ap[3], ab[3];
+        for (int i = 0; i < 3; ++i) {
+            ap[i] = p[i] - a[i];
+            ab[i] = b[i] - a[i];
+        }
+        const double u = (ap[0] * ab[0] + ap[1] * ab[1] + ap[2] * ab[2]) / (len * len);
+        double dev = 0;
+        for (int i = 0; i < 3; ++i) dev += (ap[i] - u * ab[i]) * (ap[i] - u * ab[i]);
+        worstDev = std::max(worstDev, std::sqrt(dev));
+        worstOriLag = std::max(worstOriLag, std::fabs(rotDiffDeg(a, p.data()) - u * totalRot));
+    });
+    EXPECT_LT(worstDev, 0.05);
+    EXPECT_LT(worstOriLag, 1e-3) << "orientation is interpolated on the same progress";
+    EXPECT_LE(k.maxSpeed(3), vel * 1.01);
+    EXPECT_GE(k.maxSpeed(3), vel * 0.95);
+    EXPECT_LE(k.maxAcc(3), acc * 1.01);
+    stat.poll();
+    EXPECT_LT(dist3(stat.act_cartpos, b), 0.01);
+    EXPECT_LT(rotDiffDeg(stat.act_cartpos, b), 0.01);
+    EXPECT_EQ(stat.cur_trajId, 2);
+    EXPECT_EQ(stat.errType, 0);
+}
+
+TEST_F(MotionTest, SpeedRatioScalesTheRunningMove) {
+    const double target[6] = {100, 0, 0, 0, 90, 0};
+    ASSERT_EQ(cmd.movjAbs(target, 50, 500, 3, 0), 0);
+    arm.step(0.5);
+    ASSERT_EQ(cmd.setSpeedRatio(0.2), 0);
+    arm.step(0.2);  // 40 deg/s less at 500 deg/s^2 takes 0.08 s
+    Kinematic1D k;
+    for (int n = 0; n < 100; ++n) {
+        arm.step(dt);
+        std::array<double, 6> q = joints();
+        k.samples.push_back(q);
+    }
+    EXPECT_NEAR(k.maxSpeed(6), 10.0, 0.1);
+    ASSERT_EQ(cmd.setSpeedRatio(1.0), 0);
+    runUntilDone(20);
+    EXPECT_NEAR(joints()[0], 100.0, 0.01);
+}
+
+TEST_F(MotionTest, BlendingJoinsMovesWithoutStopping) {
+    const double p1[6] = {40, 0, 0, 0, 90, 0};
+    const double p2[6] = {40, 30, 0, 0, 90, 0};
+    // Slowest joint speed in the middle of the run: ~0 at an exact-stop corner.
+    auto middleMinSpeed = [](const std::vector<std::array<double, 6>>& q) {
+        double m = 1e9;
+        for (size_t k = q.size() / 5; k < q.size() * 4 / 5; ++k) {
+            double v = 0;
+            for (int j = 0; j < 6; ++j) v = std::max(v, std::fabs(q[k][j] - q[k - 1][j]) / dt);
+            m = std::min(m, v);
+        }
+        return m;
+    };
+    auto record = [&](std::vector<std::array<double, 6>>& q) {
+        return [&q](const SrciPortStat& s) {
+            std::array<double, 6> a;
+            std::copy(s.act_jpos, s.act_jpos + 6, a.begin());
+            q.push_back(a);
+        };
+    };
+    ASSERT_EQ(cmd.movjAbs(p1, 60, 300, 1, 0), 0);
+    ASSERT_EQ(cmd.movjAbs(p2, 60, 300, 2, 0), 0);
+    std::vector<std::array<double, 6>> exactRun;
+    const double exact = runUntilDone(20, record(exactRun));
+    EXPECT_LT(middleMinSpeed(exactRun), 300 * dt * 1.01);
+
+    const double home[6] = {0, 0, 0, 0, 90, 0};
+    ASSERT_EQ(cmd.movjAbs(home, 90, 300, 3, 0), 0);
+    runUntilDone(20);
+
+    ASSERT_EQ(cmd.movjAbs(p1, 60, 300, 1, 10), 0);
+    ASSERT_EQ(cmd.movjAbs(p2, 60, 300, 2, 0), 0);
+    bool overlap = false;
+    int lastId = -1;
+    std::vector<std::array<double, 6>> blendRun;
+    auto rec = record(blendRun);
+    const double blended = runUntilDone(20, [&](const SrciPortStat& s) {
+        rec(s);
+        // both joints move at once only while the moves overlap
+        overlap = overlap || (s.act_jpos[0] < 39.999 && s.act_jpos[1] > 0.001);
+        EXPECT_GE(s.cur_trajId, lastId) << "ids advance in queue order";
+        lastId = s.cur_trajId;
+    });
+    EXPECT_GT(middleMinSpeed(blendRun), 20.0);
+    EXPECT_TRUE(overlap);
+    EXPECT_LT(blended, exact - 0.1);
+    for (int j = 0; j < 6; ++j) EXPECT_NEAR(joints()[j], p2[j], 0.01);
+    EXPECT_EQ(stat.cur_trajId, 2);
+}
+
+TEST_F(MotionTest, PauseHoldsAndContinueEndsOnTarget) {
+    stat.poll();
+    double b[6];
+    std::copy(stat.act_cartpos, stat.act_cartpos + 6, b);
+    b[1] += 300;
+    ASSERT_EQ(cmd.movl(b, 150, 600, 5, 0), 0);
+    arm.step(0.8);
+    ASSERT_EQ(cmd.motionPause(), 0);
+    stat.poll();
+    EXPECT_NE(stat.is_inst_paused, 0);
+    arm.step(0.5);  // braking from 150 mm/s takes 0.25 s
+    stat.poll();
+    EXPECT_FALSE(stat.ra_is_moving);
+    EXPECT_FALSE(stat.ra_is_inst_done);
+    const auto held = joints();
+    arm.step(1.0);
+    EXPECT_EQ(joints(), held);
+    ASSERT_EQ(cmd.motionContinue(), 0);
+    stat.poll();
+    EXPECT_EQ(stat.is_inst_paused, 0);
+    runUntilDone(20);
+    stat.poll();
+    EXPECT_LT(dist3(stat.act_cartpos, b), 0.01);
+    EXPECT_LT(rotDiffDeg(stat.act_cartpos, b), 0.01);
+    EXPECT_EQ(stat.cur_trajId, 5);
+}
+
+TEST_F(MotionTest, StopDeceleratesAndClearsQueue) {
+    const double p[3][6] = {{60, 0, 0, 0, 90, 0}, {60, 20, 0, 0, 90, 0}, {0, 20, 0, 0, 90, 0}};
+    for (int i = 0; i < 3; ++i) ASSERT_EQ(cmd.movjAbs(p[i], 40, 100, 10 + i, 5), 0);
+    EXPECT_EQ(arm.queuedMoves(), 3u);
+    arm.step(0.6);
+    ASSERT_EQ(cmd.motionStop(), 0);
+    EXPECT_EQ(arm.queuedMoves(), 0u);
+    stat.poll();
+    EXPECT_TRUE(stat.ra_is_moving) << "braking takes time";
+    const double t = runUntilDone(5);
+    EXPECT_NEAR(t, 0.4, 0.05);  // 40 deg/s at 100 deg/s^2
+    stat.poll();
+    EXPECT_TRUE(stat.ra_is_inst_done);
+    EXPECT_EQ(stat.cur_trajId, 10);
+    EXPECT_LT(stat.act_jpos[0], 59.0);
+    EXPECT_EQ(stat.errType, 0);
+}
+
+TEST_F(MotionTest, RefusalsAndLimitCodes) {
+    double over[6] = {0, 0, 0, 0, 90, 0};
+    over[1] = 149;  // joint 2 above its default soft maximum of 145
+    EXPECT_EQ(cmd.movjAbs(over, 10, 10, 1, 0), 0x10042);
+    ASSERT_EQ(cmd.setMaxLimit(4, 80), 0);
+    const double j5[6] = {0, 0, 0, 0, 85, 0};
+    EXPECT_EQ(cmd.movjAbs(j5, 10, 10, 1, 0), 0x40042);
+    const double ok[6] = {0, 0, 0, 0, 60, 0};
+    EXPECT_EQ(cmd.movjAbs(ok, 0, 10, 1, 0), kErrBadArgument);
+    EXPECT_EQ(cmd.movjAbs(ok, 10, -1, 1, 0), kErrBadArgument);
+    double nanPose[6] = {0, 0, std::nan(""), 0, 0, 0};
+    EXPECT_EQ(cmd.movl(nanPose, 10, 10, 1, 0), kErrBadArgument);
+    const double far[6] = {5000, 0, 0, 180, 0, 0};
+    EXPECT_EQ(cmd.movl(far, 100, 100, 1, 0), kKineUnreachable);
+    EXPECT_EQ(arm.queuedMoves(), 0u);
+    ASSERT_EQ(cmd.disableRobot(), 0);
+    EXPECT_EQ(cmd.movjAbs(ok, 10, 10, 1, 0), kErrNotEnabled);
+    stat.poll();
+    EXPECT_EQ(stat.cur_trajId, -1);
+}
+
+TEST_F(MotionTest, UnreachablePointOnLineStopsWithError) {
+    ASSERT_EQ(cmd.setMaxLimit(0, 170), 0);
+    ASSERT_EQ(cmd.setMinLimit(0, -170), 0);
+    const double start[6] = {160, 20, -10, 0, 60, 0};
+    ASSERT_EQ(cmd.movjAbs(start, 100, 400, 1, 0), 0);
+    runUntilDone(20);
+    // The same arm posture at -160: the straight line between them passes behind the base,
+    // where joint 1 would need 180 deg.
+    const double endJ[6] = {-160, 20, -10, 0, 60, 0};
+    double pose[6];
+    unsigned char cfg = 0;
+    ASSERT_EQ(cmd.fkine(endJ, pose, &cfg, nullptr, nullptr), 0);
+    ASSERT_EQ(cmd.movl(pose, 200, 1000, 2, 0), 0);
+    runUntilDone(20);
+    int code = 0, type = 0;
+    cmd.updateErrInfo(code, type);
+    EXPECT_EQ(code, kErrPathUnreachable);
+    EXPECT_EQ(type, -1);
+    stat.poll();
+    EXPECT_TRUE(stat.ra_is_inst_done);
+    EXPECT_FALSE(stat.ra_is_moving);
+    EXPECT_GT(std::fabs(stat.act_jpos[0]), 169.0);
+    EXPECT_EQ(cmd.movjAbs(start, 10, 10, 3, 0), kErrFaultActive);
+    EXPECT_EQ(cmd.exitProtect(0), 0);
+    EXPECT_EQ(cmd.movjAbs(start, 10, 10, 3, 0), 0);
+}
+
+TEST_F(MotionTest, PathThroughWristSingularityStopsWithError) {
+    const double a[6] = {0, 30, -20, 0, 8, 0};
+    ASSERT_EQ(cmd.movjAbs(a, 100, 400, 1, 0), 0);
+    runUntilDone(20);
+    const double flipped[6] = {0, 30, -20, 0, -8, 0};
+    double pose[6];
+    unsigned char cfg = 0;
+    ASSERT_EQ(cmd.fkine(flipped, pose, &cfg, nullptr, nullptr), 0);
+    ASSERT_EQ(cmd.movl(pose, 50, 500, 2, 0), 0);
+    runUntilDone(20);
+    int code = 0, type = 0;
+    cmd.updateErrInfo(code, type);
+    EXPECT_TRUE(code == kErrJointJump || code == kErrPathUnreachable) << std::hex << code;
+    EXPECT_EQ(type, -1);
+    EXPECT_LT(std::fabs(joints()[4]), 8.0);
+}
+
+TEST_F(MotionTest, LinearMovesBlendAndEndOnTheLastTarget) {
+    stat.poll();
+    double a[6], b[6], c[6];
+    std::copy(stat.act_cartpos, stat.act_cartpos + 6, a);
+    std::copy(a, a + 6, b);
+    b[1] += 150;
+    std::copy(b, b + 6, c);
+    c[2] -= 150;
+    ASSERT_EQ(cmd.movl(b, 200, 1000, 1, 20), 0);
+    ASSERT_EQ(cmd.movl(c, 200, 1000, 2, 0), 0);
+    double minSpeed = 1e9, prev[3] = {a[0], a[1], a[2]};
+    double cornerDist = 1e9;
+    runUntilDone(10, [&](const SrciPortStat& s) {
+        const double v = dist3(s.act_cartpos, prev) / dt;
+        std::copy(s.act_cartpos, s.act_cartpos + 3, prev);
+        cornerDist = std::min(cornerDist, dist3(s.act_cartpos, b));
+        if (dist3(s.act_cartpos, a) > 30 && dist3(s.act_cartpos, c) > 30) minSpeed = std::min(minSpeed, v);
+    });
+    EXPECT_GT(minSpeed, 50.0) << "no stop at the corner";
+    EXPECT_GT(cornerDist, 1.0) << "the corner is rounded";
+    EXPECT_LT(cornerDist, 20.0);
+    stat.poll();
+    EXPECT_LT(dist3(stat.act_cartpos, c), 0.01);
+    EXPECT_EQ(stat.cur_trajId, 2);
+    EXPECT_EQ(stat.errType, 0);
+}

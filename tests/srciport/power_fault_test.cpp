@@ -1,0 +1,213 @@
+#include "sim_fixture.h"
+
+#include <cstring>
+
+using namespace srciport;
+
+using PowerTest = SimArmTest;
+
+TEST_F(PowerTest, StartupDefaultsAreRealistic) {
+    stat.poll();
+    EXPECT_EQ(stat.ra_power_stat, 0);
+    EXPECT_EQ(stat.cur_trajId, -1);
+    EXPECT_TRUE(stat.ra_is_inst_done);
+    EXPECT_EQ(stat.profinet_state, SRCIPORT_PROFINET_RUNNING);
+    EXPECT_GT(stat.reference_vel, 1.0);
+    EXPECT_GT(stat.reference_acc, 1.0);
+    EXPECT_NE(stat.rc_serial_num, 0u);
+    EXPECT_NE(stat.ra_serial_num, 0u);
+    EXPECT_GT(std::strlen(stat.rc_order_id), 0u);
+    EXPECT_GT(std::strlen(stat.rc_version), 0u);
+    EXPECT_DOUBLE_EQ(stat.speed_ratio, 1.0);
+    for (int j = 0; j < 6; ++j) {
+        EXPECT_LT(stat.hard_limits[2 * j], stat.soft_limits[2 * j]);
+        EXPECT_LT(stat.soft_limits[2 * j + 1], stat.hard_limits[2 * j + 1]);
+    }
+    // The DH table in the status loads back into the kinematics.
+    EXPECT_EQ(cmd.kineInit(stat.ra_dh_param, 0), 0);
+}
+
+TEST_F(PowerTest, PowerAndEnableTakeTheirTime) {
+    arm.setPowerDelay(0.3);
+    arm.setEnableDelay(0.1);
+    EXPECT_EQ(cmd.enableRobot(), kErrNotPowered);
+    ASSERT_EQ(cmd.powerOnRobot(), 0);
+    arm.step(0.29);
+    stat.poll();
+    EXPECT_EQ(stat.ra_power_stat, 0);
+    arm.step(0.02);
+    stat.poll();
+    EXPECT_NE(stat.ra_power_stat, 0);
+    ASSERT_EQ(cmd.enableRobot(), 0);
+    arm.step(0.09);
+    stat.poll();
+    EXPECT_EQ(stat.ra_enable_stat, 0);
+    arm.step(0.02);
+    stat.poll();
+    EXPECT_NE(stat.ra_enable_stat, 0);
+    ASSERT_EQ(cmd.disableRobot(), 0);
+    stat.poll();
+    EXPECT_EQ(stat.ra_enable_stat, 0);
+    EXPECT_NE(stat.ra_power_stat, 0) << "disable keeps power";
+    ASSERT_EQ(cmd.powerOffRobot(), 0);
+    stat.poll();
+    EXPECT_EQ(stat.ra_power_stat, 0);
+}
+
+TEST_F(PowerTest, PowerRefusedOrHanging) {
+    arm.setPowerRefuse(true);
+    EXPECT_EQ(cmd.powerOnRobot(), kErrPowerFailed);
+    arm.setPowerRefuse(false);
+    arm.setPowerHang(true);
+    EXPECT_EQ(cmd.powerOnRobot(), 0);
+    arm.step(5);
+    stat.poll();
+    EXPECT_EQ(stat.ra_power_stat, 0);
+}
+
+TEST_F(PowerTest, EmergencyStopDropsPowerAndRefuses) {
+    powerAndEnable();
+    const double target[6] = {90, 0, 0, 0, 90, 0};
+    ASSERT_EQ(cmd.movjAbs(target, 30, 100, 4, 0), 0);
+    arm.step(0.5);
+    arm.setEStop(true);
+    stat.poll();
+    EXPECT_EQ(stat.isEStop, 1);
+    EXPECT_EQ(stat.ra_power_stat, 0);
+    EXPECT_EQ(stat.ra_enable_stat, 0);
+    EXPECT_TRUE(stat.ra_is_inst_done);
+    const double held = stat.act_jpos[0];
+    arm.step(0.5);
+    stat.poll();
+    EXPECT_EQ(stat.act_jpos[0], held);
+    EXPECT_EQ(cmd.powerOnRobot(), kErrSafetyStop);
+    EXPECT_EQ(cmd.movjAbs(target, 30, 100, 5, 0), kErrSafetyStop);
+    arm.setEStop(false);
+    EXPECT_EQ(cmd.powerOnRobot(), 0);
+}
+
+TEST_F(PowerTest, ProtectiveStopHaltsAndRefuses) {
+    powerAndEnable();
+    const double target[6] = {90, 0, 0, 0, 90, 0};
+    ASSERT_EQ(cmd.movjAbs(target, 30, 100, 4, 0), 0);
+    arm.step(0.5);
+    arm.setPStop(true);
+    stat.poll();
+    EXPECT_EQ(stat.isPStop, 1);
+    EXPECT_TRUE(stat.ra_is_inst_done);
+    EXPECT_EQ(cmd.enableRobot(), kErrSafetyStop);
+    EXPECT_EQ(cmd.movjAbs(target, 30, 100, 5, 0), kErrSafetyStop);
+    EXPECT_EQ(cmd.exitProtect(0), kErrSafetyStop) << "the input is still active";
+    arm.setPStop(false);
+    EXPECT_EQ(cmd.exitProtect(0), 0);
+    EXPECT_EQ(cmd.movjAbs(target, 30, 100, 5, 0), 0);
+}
+
+TEST_F(PowerTest, InjectedErrorLatchesUntilExitProtect) {
+    powerAndEnable();
+    const double target[6] = {90, 0, 0, 0, 90, 0};
+    ASSERT_EQ(cmd.movjAbs(target, 30, 100, 4, 0), 0);
+    ASSERT_EQ(cmd.movjAbs(target, 30, 100, 5, 0), 0);
+    arm.step(0.5);
+    arm.injectError(0x1234);
+    arm.step(0.5);
+    int code = 0, type = 0;
+    EXPECT_EQ(cmd.updateErrInfo(code, type), 0);
+    EXPECT_EQ(code, 0x1234);
+    EXPECT_EQ(type, -1);
+    stat.poll();
+    EXPECT_EQ(stat.errCode, 0x1234);
+    EXPECT_TRUE(stat.ra_is_inst_done);
+    EXPECT_EQ(arm.queuedMoves(), 0u);
+    EXPECT_EQ(cmd.movjAbs(target, 30, 100, 6, 0), kErrFaultActive);
+    EXPECT_EQ(cmd.exitProtect(0), 0);
+    cmd.updateErrInfo(code, type);
+    EXPECT_EQ(code, 0);
+    EXPECT_EQ(type, 0);
+    EXPECT_EQ(cmd.movjAbs(target, 30, 100, 6, 0), 0);
+}
+
+TEST_F(PowerTest, DisableStopsMotion) {
+    powerAndEnable();
+    const double target[6] = {90, 0, 0, 0, 90, 0};
+    ASSERT_EQ(cmd.movjAbs(target, 30, 100, 4, 0), 0);
+    arm.step(0.5);
+    ASSERT_EQ(cmd.disableRobot(), 0);
+    stat.poll();
+    EXPECT_TRUE(stat.ra_is_inst_done);
+    EXPECT_FALSE(stat.ra_is_moving);
+    EXPECT_EQ(cmd.motionContinue(), 0);
+    arm.step(0.5);
+    stat.poll();
+    EXPECT_LT(stat.act_jpos[0], 90.0);
+}
+
+TEST_F(PowerTest, LimitsToolsFramesAndSettings) {
+    // soft limits: inside the hard ones, min < max, index 0..5
+    EXPECT_EQ(cmd.setMinLimit(0, -171), kErrBadArgument);
+    EXPECT_EQ(cmd.setMaxLimit(1, 151), kErrBadArgument);
+    EXPECT_EQ(cmd.setMinLimit(2, 85), kErrBadArgument);  // above the current maximum
+    EXPECT_EQ(cmd.setMaxLimit(6, 10), kErrBadArgument);
+    EXPECT_EQ(cmd.setMinLimit(-1, 10), kErrBadArgument);
+    EXPECT_EQ(cmd.setMinLimit(2, -100), 0);
+    EXPECT_EQ(cmd.setMaxLimit(2, 50), 0);
+    EXPECT_EQ(cmd.setMinLimit(2, 50), kErrBadArgument);
+    stat.poll();
+    EXPECT_EQ(stat.soft_limits[4], -100);
+    EXPECT_EQ(stat.soft_limits[5], 50);
+    // tools and frames 1..15, ids 0..15
+    const double pose[6] = {1, 2, 3, 4, 5, 6};
+    EXPECT_EQ(cmd.setToolOffset(pose, 0, ""), kErrBadArgument);
+    EXPECT_EQ(cmd.setToolOffset(pose, 16, ""), kErrBadArgument);
+    EXPECT_EQ(cmd.setUsrFrame(pose, 0, ""), kErrBadArgument);
+    EXPECT_EQ(cmd.setToolOffset(pose, 15, ""), 0);
+    EXPECT_EQ(cmd.setUsrFrame(pose, 15, ""), 0);
+    EXPECT_EQ(cmd.setToolId(16), kErrBadArgument);
+    EXPECT_EQ(cmd.setFrameId(-1), kErrBadArgument);
+    EXPECT_EQ(cmd.setToolId(15), 0);
+    stat.poll();
+    EXPECT_EQ(stat.cur_tool_id, 15u);
+    EXPECT_EQ(stat.usr_tools[15][5], 6);
+    EXPECT_EQ(stat.usr_frames[15][0], 1);
+    // payload, dynamics, override
+    const double load[4] = {12.5, 0, 0, 80};
+    EXPECT_EQ(cmd.setLoad(load), 0);
+    const double badLoad[4] = {-1, 0, 0, 0};
+    EXPECT_EQ(cmd.setLoad(badLoad), kErrBadArgument);
+    EXPECT_EQ(cmd.setReferenceDynamic(800, 4000, -1, -1), 0);
+    EXPECT_EQ(cmd.setReferenceDynamic(0, 4000, -1, -1), kErrBadArgument);
+    EXPECT_EQ(cmd.setSpeedRatio(1.7), 0);
+    EXPECT_EQ(cmd.setSpeedRatio(-0.1), kErrBadArgument);
+    stat.poll();
+    EXPECT_EQ(stat.usr_payload.m, 12.5);
+    EXPECT_EQ(stat.usr_payload.p[2], 80);
+    EXPECT_EQ(stat.reference_vel, 800);
+    EXPECT_EQ(stat.reference_acc, 4000);
+    EXPECT_GT(stat.reference_dec, 0) << "absent values keep the previous ones";
+    EXPECT_EQ(stat.speed_ratio, 1.0);
+    // the actual position follows the active tool
+    double flange[6];
+    ASSERT_EQ(cmd.fkine(stat.act_jpos, flange, nullptr, pose, nullptr), 0);
+    for (int i = 0; i < 3; ++i) EXPECT_NEAR(stat.act_cartpos[i], flange[i], 1e-9);
+}
+
+TEST_F(PowerTest, KineInitReloadsTable) {
+    double dh[6][4];
+    stat.poll();
+    std::memcpy(dh, stat.ra_dh_param, sizeof dh);
+    dh[1][1] = 500;  // longer upper arm
+    ASSERT_EQ(cmd.kineInit(dh, 0), 0);
+    stat.poll();
+    EXPECT_EQ(stat.ra_dh_param[1][1], 500);
+    const double q[6] = {0, 0, 0, 0, 90, 0};
+    double pose[6];
+    ASSERT_EQ(cmd.fkine(q, pose, nullptr, nullptr, nullptr), 0);
+    // upper arm vertical at joint 2 = 0: the extra 50 mm show up in z
+    dh[1][1] = 450;
+    ASSERT_EQ(cmd.kineInit(dh, 0), 0);
+    double pose2[6];
+    ASSERT_EQ(cmd.fkine(q, pose2, nullptr, nullptr, nullptr), 0);
+    EXPECT_NEAR(pose[2] - pose2[2], 50.0, 1e-9);
+    dh[4][1] = 20;  // wrist axes no longer intersect
+    EXPECT_NE(cmd.kineInit(dh, 0), 0);
+}
