@@ -209,10 +209,12 @@ TEST_F(RcItfTest, JogDistanceDecidesIncrementalOrContinuousAndZeroDirectionStops
     jog.direction = 1;
     jog.speed = 10;
     jog.distance = 0.001;
-    const double start = rc->getCurrentJPos()[1];
+    // getCurrentJPos reads the last snapshot; get(true) refreshes it.
+    auto joint1 = [] { return RcItf::get(true)->getCurrentJPos()[1]; };
+    const double start = joint1();
     rc->jog(jog);
     SimArm::instance().step(1.0);
-    EXPECT_NEAR(rc->getCurrentJPos()[1], start + 0.001, 1e-6) << "incremental";
+    EXPECT_NEAR(joint1(), start + 0.001, 1e-6) << "incremental";
     EXPECT_FALSE(rc->isRcMoving());
 
     jog.distance = 0.0009;

@@ -1,0 +1,272 @@
+// Every handler group driven through real SRCI telegrams from the PLC client library, with the
+// adapter's cycle and the simulated arm in this process. The cases run in order in one process:
+// the first one sees a fresh start (no srci.ini), later ones build on the enabled robot.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstdio>
+#include <memory>
+#include <set>
+#include <variant>
+
+#include "child_process.h"
+#include "inprocess_adapter.h"
+#include "srci_plc/command_catalog.hpp"
+#include "srci_plc/error_names.hpp"
+
+using namespace srci_test;
+using srci_plc::CommandResult;
+using srci_plc::ParamValues;
+using srci_plc::WaitFor;
+using srciport::SimArm;
+
+namespace {
+
+constexpr uint8_t kBuffered = 2, kActive = 4, kInterrupted = 5, kDone = 10, kAborted = 14, kError = 15;
+constexpr uint32_t kErrorPendingBit = 1u << 5;
+
+const srci_plc::CommandDef& command(const char* name) {
+    const auto* def = srci_plc::find_command(name);
+    if (!def) throw std::runtime_error(std::string("unknown command ") + name);
+    return *def;
+}
+
+double field(const CommandResult& r, const std::string& name) {
+    for (const auto& f : r.data)
+        if (f.name == name && std::holds_alternative<double>(f.value)) return std::get<double>(f.value);
+    ADD_FAILURE() << "no field " << name;
+    return 0;
+}
+
+SrciPortStat arm() {
+    SrciPortStat s;
+    SimArm::instance().snapshot(s);
+    return s;
+}
+
+class EndToEnd : public ::testing::Test {
+protected:
+    static void SetUpTestSuite() {
+        InProcessAdapter::startUp();
+        transport = new InProcessAdapter();
+        srci_plc::ClientOptions options;
+        options.cycle_ms = 0;  // the simulated arm advances one cycle per telegram
+        options.lifesign_timeout_ms = 5000;
+        client = new srci_plc::Client(*transport, options);
+        client->connect();
+    }
+
+    static CommandResult run(const char* name, const ParamValues& values = {}, WaitFor what = WaitFor::Final) {
+        return client->execute(command(name), values, what, 60000);
+    }
+
+    // Runs cycles until the command is final, collecting every state it showed on the way.
+    static CommandResult follow(uint16_t id, std::set<int>& states) {
+        return client->wait(id, WaitFor::Final, 60000,
+                            [&](const srci_plc::AcrEntry& e, double) { states.insert(e.last.state); });
+    }
+
+    static void cycles(int n) {
+        for (int i = 0; i < n; ++i) client->cycle();
+    }
+
+    static InProcessAdapter* transport;
+    static srci_plc::Client* client;
+};
+
+InProcessAdapter* EndToEnd::transport = nullptr;
+srci_plc::Client* EndToEnd::client = nullptr;
+
+TEST_F(EndToEnd, AFreshStartCreatesSrciIniAndAnswersTheDocumentedDynamics) {
+    const std::string ini = readFile("srci.ini");
+    for (const char* section : {"[tool1]", "[tool15]", "[userFrame15]", "[load15]", "[refDyn]", "[defaultDyn]"})
+        EXPECT_NE(ini.find(section), std::string::npos) << section;
+    const auto def = run("read-default-dynamics");
+    ASSERT_TRUE(def.ok());
+    // 0.9 as rate units, and the unused -1 read back as -10000 in 16 bits.
+    EXPECT_NEAR(field(def, "vel") * 100, 9000, 1e-6);
+    EXPECT_NEAR(field(def, "acc") * 100, 9000, 1e-6);
+    EXPECT_NEAR(field(def, "dec") * 100, 55536, 1e-6);
+    EXPECT_NEAR(field(def, "jerk") * 100, 55536, 1e-6);
+    const auto ref = run("read-dynamics");
+    EXPECT_FLOAT_EQ(field(ref, "vel"), 300);
+    EXPECT_FLOAT_EQ(field(ref, "acc"), 300);
+    EXPECT_FLOAT_EQ(field(ref, "dec"), -1);
+}
+
+TEST_F(EndToEnd, EnableTurnsOnTheDrivesAndTheStatusWord) {
+    const auto enabled = run("enable", {}, WaitFor::Enabled);
+    ASSERT_TRUE(enabled.ok()) << int(enabled.header.state) << " " << enabled.header.code;
+    EXPECT_TRUE(enabled.enabled);
+    EXPECT_NE(arm().ra_enable_stat, 0);
+    cycles(5);
+    EXPECT_NE(client->last_telegram().status & (1u << 7), 0u);
+}
+
+TEST_F(EndToEnd, AbsoluteMovesReachTheirTargetsThroughBufferedActiveDone) {
+    std::set<int> states;
+    auto done = follow(client->submit(command("move-axes"),
+                                      {{"j1", 10}, {"j2", -20}, {"j3", 80}, {"j4", 0}, {"j5", 60}, {"j6", 0}, {"vel", 80}, {"acc", 80}}),
+                       states);
+    ASSERT_EQ(done.header.state, kDone) << done.header.code;
+    EXPECT_TRUE(states.count(kActive)) << "the move was reported active on its way";
+    const double target[6] = {10, -20, 80, 0, 60, 0};
+    for (int j = 0; j < 6; ++j) EXPECT_NEAR(arm().act_jpos[j], target[j], 0.01) << "joint " << j + 1;
+
+    const auto fk = run("fk", {{"j1", 0}, {"j2", -10}, {"j3", 70}, {"j4", 0}, {"j5", 50}, {"j6", 0}});
+    ASSERT_TRUE(fk.ok());
+    ParamValues pose;
+    for (const char* k : {"x", "y", "z", "rx", "ry", "rz"}) pose[k] = field(fk, k);
+    pose["vel"] = 50;
+    pose["acc"] = 50;
+    states.clear();
+    ParamValues linear = pose;
+    linear["tool"] = 255;
+    linear["frame"] = 255;
+    done = follow(client->submit(command("move-linear"), linear), states);
+    ASSERT_EQ(done.header.state, kDone) << done.header.code;
+    EXPECT_NEAR(arm().act_cartpos[0], pose["x"], 0.05);
+    EXPECT_NEAR(arm().act_cartpos[2], pose["z"], 0.05);
+
+    run("move-axes", {{"j1", 20}, {"j2", -20}, {"j3", 80}, {"j4", 0}, {"j5", 60}, {"j6", 0}, {"vel", 80}});
+    ParamValues direct = pose;
+    direct["tool"] = 255;
+    direct["frame"] = 255;
+    done = run("move-direct", direct);
+    ASSERT_EQ(done.header.state, kDone) << done.header.code;
+    EXPECT_NEAR(arm().act_jpos[1], -10, 0.05);
+}
+
+TEST_F(EndToEnd, PauseContinueAndStopReachTheMoveInFlight) {
+    const double start = arm().act_jpos[0];
+    const uint16_t id = client->submit(command("move-axes"),
+                                       {{"j1", start + 60}, {"j2", -20}, {"j3", 80}, {"j4", 0}, {"j5", 60}, {"j6", 0}, {"vel", 5}});
+    cycles(60);
+    ASSERT_NE(arm().ra_is_moving, 0);
+    ASSERT_TRUE(run("pause").ok());
+    EXPECT_TRUE(client->wait_until(id, [](const srci_plc::AcrEntry& e) { return e.last.state == kInterrupted; }, 30000)
+                    .answered);
+    cycles(100);
+    EXPECT_EQ(arm().ra_is_moving, 0);
+    ASSERT_TRUE(run("continue").ok());
+    EXPECT_TRUE(client->wait_until(id, [](const srci_plc::AcrEntry& e) { return e.last.state == kActive; }, 30000)
+                    .answered);
+    ASSERT_TRUE(run("stop").ok());
+    const auto final = client->wait(id, WaitFor::Final, 30000);
+    EXPECT_EQ(final.header.state, kAborted);
+    cycles(100);
+    EXPECT_EQ(arm().ra_is_moving, 0);
+    EXPECT_LT(arm().act_jpos[0], start + 60 - 1) << "stopped before the target";
+}
+
+TEST_F(EndToEnd, RelativeMovesRunAsIncrementalJogs) {
+    const double start = arm().act_jpos[0];
+    const uint16_t id = client->submit(command("jog"), {{"mode", 2}, {"rot", 5}, {"inc", 0}, {"override", 100}, {"x+", 1}});
+    for (int i = 0; i < 3000 && std::fabs(arm().act_jpos[0] - (start + 5)) > 1e-3; ++i) client->cycle();
+    EXPECT_NEAR(arm().act_jpos[0], start + 5, 1e-3);
+    client->update(id, {{"mode", 2}, {"rot", 5}, {"override", 100}, {"enable", 0}});
+    const auto final = client->wait(id, WaitFor::Final, 30000);
+    EXPECT_TRUE(final.answered);
+}
+
+TEST_F(EndToEnd, ToolFrameAndLoadWritesReachTheArmAndSrciIni) {
+    ASSERT_TRUE(run("write-tool", {{"tool", 3}, {"x", 5}, {"y", 0}, {"z", 150}, {"rz", 30}, {"load", 2}}).ok());
+    EXPECT_DOUBLE_EQ(arm().usr_tools[3][2], 150);
+    const auto tool = run("read-tool", {{"tool", 3}});
+    EXPECT_FLOAT_EQ(field(tool, "z"), 150);
+    EXPECT_EQ(field(tool, "load"), 2);
+    EXPECT_EQ(run("write-tool", {{"tool", 0}, {"z", 1}, {"rz", 1}}).header.code, 0x8D35) << "tool 0 is the flange";
+
+    ASSERT_TRUE(run("write-frame", {{"frame", 2}, {"x", 400}, {"y", 50}, {"z", 10}, {"rz", 90}}).ok());
+    EXPECT_DOUBLE_EQ(arm().usr_frames[2][0], 400);
+    EXPECT_EQ(run("write-frame", {{"frame", 4}, {"reference", 4}, {"x", 1}}).header.code, 0x8C13);
+
+    ASSERT_TRUE(run("write-load", {{"load", 5}, {"mass", 3.5}, {"x", 1}, {"y", 2}, {"z", 40}, {"iz", 0.5}}).ok());
+    EXPECT_FLOAT_EQ(field(run("read-load", {{"load", 5}}), "mass"), 3.5);
+
+    const std::string ini = readFile("srci.ini");
+    const auto tool3 = ini.find("[tool3]");
+    ASSERT_NE(tool3, std::string::npos);
+    EXPECT_NE(ini.find("z=150.000000", tool3), std::string::npos);
+    EXPECT_NE(ini.find("mass=3.500000", ini.find("[load5]")), std::string::npos);
+}
+
+TEST_F(EndToEnd, DynamicsWritesAnswerTheValuesInForce) {
+    const auto written = run("write-dynamics", {{"vel", 500}, {"acc", -1}});
+    ASSERT_TRUE(written.ok());
+    EXPECT_FLOAT_EQ(field(written, "vel"), 500);
+    EXPECT_FLOAT_EQ(field(written, "acc"), 300) << "a negative value keeps the stored one";
+    EXPECT_EQ(run("write-dynamics", {{"vel", 500}, {"acc", 300}, {"dec", 0}}).header.code, 36135);
+    EXPECT_EQ(run("write-dynamics", {{"vel", 2500}, {"acc", 300}}).header.code, 36137);
+    const auto def = run("write-default-dynamics", {{"vel", 50}, {"acc", 655.35}});
+    ASSERT_TRUE(def.ok());
+    EXPECT_NEAR(field(def, "vel"), 50, 1e-6);
+    EXPECT_EQ(run("write-default-dynamics", {{"vel", 50}, {"acc", 50}, {"jerk", 0}}).header.code, 36356);
+}
+
+TEST_F(EndToEnd, LimitsAreWrittenOnlyThroughWorkAreaZero) {
+    EXPECT_EQ(run("write-limits", {{"min_j1", -10}, {"max_j1", 10}}).header.code, 0x8F11);
+    ParamValues area{{"area", 0}};
+    const double lower[6] = {-160, -100, -60, -170, -110, -350};
+    const double upper[6] = {160, 140, 150, 170, 110, 350};
+    for (int j = 0; j < 6; ++j) {
+        area["min_j" + std::to_string(j + 1)] = lower[j];
+        area["max_j" + std::to_string(j + 1)] = upper[j];
+    }
+    ASSERT_TRUE(run("write-workarea", area).ok());
+    EXPECT_DOUBLE_EQ(arm().soft_limits[0], -160);
+    EXPECT_DOUBLE_EQ(arm().soft_limits[11], 350);
+    const auto limits = run("read-limits");
+    EXPECT_FLOAT_EQ(field(limits, "min_j1"), -160);
+    EXPECT_FLOAT_EQ(field(limits, "max_j6"), 350);
+    const auto other = run("read-workarea", {{"area", 3}});
+    EXPECT_TRUE(other.ok());
+    EXPECT_FLOAT_EQ(field(other, "max_j1"), 0);
+}
+
+TEST_F(EndToEnd, ActualPositionAndKinematicsAgreeWithTheArm) {
+    const auto pos = run("read-position", {{"tool", 255}, {"frame", 255}});
+    ASSERT_TRUE(pos.ok());
+    const SrciPortStat now = arm();
+    for (int j = 0; j < 6; ++j) EXPECT_NEAR(field(pos, "j" + std::to_string(j + 1)), now.act_jpos[j], 1e-3);
+    EXPECT_NEAR(field(pos, "x"), now.act_cartpos[0], 1e-2);
+    const auto ik = run("ik", {{"x", field(pos, "x")}, {"y", field(pos, "y")}, {"z", field(pos, "z")},
+                               {"rx", field(pos, "rx")}, {"ry", field(pos, "ry")}, {"rz", field(pos, "rz")}});
+    ASSERT_TRUE(ik.ok());
+    for (int j = 0; j < 6; ++j) EXPECT_NEAR(field(ik, "j" + std::to_string(j + 1)), now.act_jpos[j], 1e-2);
+}
+
+TEST_F(EndToEnd, AControllerErrorFailsTheMoveAndGroupResetAcknowledgesIt) {
+    const double start = arm().act_jpos[0];
+    const uint16_t id = client->submit(command("move-axes"),
+                                       {{"j1", start - 40}, {"j2", -20}, {"j3", 80}, {"j4", 0}, {"j5", 60}, {"j6", 0}, {"vel", 10}});
+    cycles(50);
+    SimArm::instance().injectError(0xF0018);
+    const auto failed = client->wait(id, WaitFor::Final, 30000);
+    EXPECT_EQ(failed.header.state, kError);
+    EXPECT_EQ(failed.header.code, 0x6C03);
+    cycles(20);
+    EXPECT_NE(client->last_telegram().status & kErrorPendingBit, 0u);
+    ASSERT_TRUE(run("reset").ok());
+    cycles(20);
+    EXPECT_EQ(client->last_telegram().status & kErrorPendingBit, 0u);
+    int code = 0, type = 0;
+    SimArm::instance().errorInfo(code, type);
+    EXPECT_EQ(type, 0) << "the reset also cleared the controller's protective state";
+}
+
+TEST_F(EndToEnd, DisableEndsTheEnableCommand) {
+    const auto disabled = run("disable");
+    EXPECT_TRUE(disabled.answered);
+    cycles(600);
+    EXPECT_EQ(arm().ra_enable_stat, 0);
+}
+
+TEST_F(EndToEnd, ConfigurationExchangeRefusesWaitingAtBlendingZones) {
+    client->update(client->exchange_config_id(), {{"enable", 1}, {"wait_at_blending", 1}, {"lifesign_timeout", 5000}});
+    const auto refused = client->wait(client->exchange_config_id(), WaitFor::Final, 30000);
+    EXPECT_EQ(refused.header.state, kError);
+    EXPECT_EQ(refused.header.code, 36385);
+}
+
+}  // namespace

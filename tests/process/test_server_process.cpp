@@ -1,0 +1,124 @@
+// srci_server as a real process against a process image created here.
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <memory>
+
+#include "child_process.h"
+#include "plc_over_shm.h"
+
+using namespace srci_test;
+using srci_plc::WaitFor;
+
+namespace {
+
+const std::string kServer = SRCI_SERVER_BIN;
+
+std::string firstLine(const std::string& text) { return text.substr(0, text.find('\n')); }
+
+TEST(ServerStartUp, WithoutTheProcessImageItLogsAndEndsWithAnError) {
+    ProcessImage::removeStale();
+    TempDir dir;
+    ChildProcess server(kServer, {}, dir.path(), dir.file("out.txt"));
+    ASSERT_TRUE(server.waitExit(30000)) << "must not wait for an image that does not exist";
+    EXPECT_FALSE(server.exitedNormally() && server.exitCode() == 0);
+    EXPECT_NE(readFile(dir.file("out.txt")).find("[Profinet-IO_mgr]:>> shmget failed"), std::string::npos);
+}
+
+TEST(ServerStartUp, WithOneAttachmentItWaitsTenSecondsAndLogsTheCount) {
+    ProcessImage image(1);
+    TempDir dir;
+    const auto start = std::chrono::steady_clock::now();
+    ChildProcess server(kServer, {}, dir.path(), dir.file("out.txt"));
+    ASSERT_TRUE(server.waitExit(60000));
+    const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    EXPECT_GE(seconds, 9.5);
+    EXPECT_FALSE(server.exitedNormally() && server.exitCode() == 0);
+    EXPECT_NE(readFile(dir.file("out.txt")).find("[Profinet-IO_mgr]:>> shm_nattch=1"), std::string::npos);
+}
+
+class RunningServer : public ::testing::Test {
+protected:
+    void SetUp() override { start(); }
+
+    void start() {
+        server = std::make_unique<ChildProcess>(kServer, std::vector<std::string>{}, dir.path(), dir.file("out.txt"));
+        transport = std::make_unique<ShmTransport>(image);
+        srci_plc::ClientOptions options;
+        options.lifesign_timeout_ms = 2000;
+        client = std::make_unique<srci_plc::Client>(*transport, options);
+        client->connect();
+    }
+
+    void restart() {
+        client.reset();
+        server->kill();
+        start();
+    }
+
+    srci_plc::CommandResult run(const char* name, const srci_plc::ParamValues& values = {},
+                                WaitFor what = WaitFor::Final) {
+        return client->execute(command(name), values, what, 30000);
+    }
+
+    ProcessImage image{2};
+    TempDir dir;
+    std::unique_ptr<ChildProcess> server;
+    std::unique_ptr<ShmTransport> transport;
+    std::unique_ptr<srci_plc::Client> client;
+};
+
+TEST_F(RunningServer, CyclesAnswersThePlcAndWritesItsLogs) {
+    EXPECT_TRUE(client->initialized());
+    EXPECT_TRUE(server->running());
+    EXPECT_TRUE(eventually([&] { return !readFile(dir.file("log/errorlog")).empty(); }, 2000));
+    EXPECT_NE(firstLine(readFile(dir.file("log/errorlog"))).find("******** Log start ("), std::string::npos);
+    EXPECT_FALSE(readFile(dir.file("log/rvodbg.log")).empty());
+    EXPECT_TRUE(std::filesystem::exists(dir.file("log/bus")));
+    EXPECT_NE(readFile(dir.file("srci.ini")).find("[tool15]"), std::string::npos);
+}
+
+// The power worker does the slow part; the cycle keeps answering the PLC meanwhile.
+TEST_F(RunningServer, PoweringUpAndEnablingNeverStallsTheCycle) {
+    ASSERT_EQ(armRequest(dir.file("srciport.sock"), "estop on").rfind("ok", 0), 0u);
+    ASSERT_EQ(armRequest(dir.file("srciport.sock"), "estop off").rfind("ok", 0), 0u);
+    transport->resetGap();
+    const auto enabled = run("enable", {}, WaitFor::Enabled);
+    ASSERT_TRUE(enabled.ok()) << "enable answered " << int(enabled.header.state);
+    EXPECT_TRUE(enabled.enabled);
+    std::printf("longest gap between two adapter telegrams while powering and enabling: %.1f ms\n",
+                transport->maxGapMs());
+    // A blocked cycle would show the worker's one-second waits.
+    EXPECT_LT(transport->maxGapMs(), 500.0);
+    EXPECT_EQ(readFile(dir.file("log/rvodbg.log")).find("d1: "), std::string::npos)
+        << "a cycle stage took longer than 50 ms";
+}
+
+TEST_F(RunningServer, RestartKeepsToolsFramesLoadsAndDynamics) {
+    ASSERT_TRUE(run("write-tool", {{"tool", 2}, {"x", 10}, {"y", 20}, {"z", 150}, {"rz", 90}, {"load", 3}}).ok());
+    ASSERT_TRUE(run("write-frame", {{"frame", 3}, {"x", 500}, {"y", -100}, {"z", 20}, {"rz", 45}}).ok());
+    ASSERT_TRUE(run("write-load", {{"load", 4}, {"mass", 2.5}, {"x", 1}, {"y", 2}, {"z", 30}}).ok());
+    ASSERT_TRUE(run("write-dynamics", {{"vel", 500}, {"acc", -1}}).ok());
+    ASSERT_TRUE(run("write-default-dynamics", {{"vel", 50}, {"acc", 100}}).ok());
+
+    restart();
+
+    const auto tool = run("read-tool", {{"tool", 2}});
+    ASSERT_TRUE(tool.ok());
+    EXPECT_FLOAT_EQ(field(tool, "z"), 150);
+    EXPECT_FLOAT_EQ(field(tool, "rz"), 90);
+    EXPECT_EQ(field(tool, "load"), 3);
+    const auto frame = run("read-frame", {{"frame", 3}});
+    EXPECT_FLOAT_EQ(field(frame, "x"), 500);
+    EXPECT_FLOAT_EQ(field(frame, "rz"), 45);
+    const auto load = run("read-load", {{"load", 4}});
+    EXPECT_FLOAT_EQ(field(load, "mass"), 2.5);
+    EXPECT_FLOAT_EQ(field(load, "z"), 30);
+    const auto dyn = run("read-dynamics");
+    EXPECT_FLOAT_EQ(field(dyn, "vel"), 500);
+    EXPECT_FLOAT_EQ(field(dyn, "acc"), 300) << "acc -1 kept the default";
+    const auto def = run("read-default-dynamics");
+    EXPECT_NEAR(field(def, "vel"), 50, 0.01);
+}
+
+}  // namespace
