@@ -1,0 +1,49 @@
+// Line-by-line reading of an INI file through a fixed buffer.
+//
+// Only the first INI_BUFFERSIZE - 1 bytes of a line are kept for parsing; the rest
+// of an overlong line is skipped, not mistaken for a line of its own. The reader
+// remembers where each line starts and how long it really is, so a rewrite can
+// still copy the untouched lines byte for byte, however long they are.
+#pragma once
+
+#include <cstdio>
+#include <string_view>
+
+#include "INI/minIni.h"
+
+namespace srci::ini_detail {
+
+struct IniLine {
+    char text[INI_BUFFERSIZE];  // first bytes of the line without its line feed, NUL-terminated
+    std::size_t keptLength = 0; // bytes of the line held in text
+    long long start = 0;        // file offset of the first byte
+    long long length = 0;       // bytes in the file, line feed included
+    bool endsWithLineFeed = false;
+
+    // Everything up to the first NUL: a NUL byte in a file ends the readable part of its line.
+    std::string_view parseText() const;
+    // True when text holds the whole line, so it can be copied from memory.
+    bool isComplete() const;
+};
+
+class IniLineReader {
+public:
+    explicit IniLineReader(std::FILE* file) : file_(file) {}
+
+    // Starts again at the first byte of the file.
+    bool rewind();
+    // False at the end of the file or on a read error.
+    bool next(IniLine& line);
+    // Writes the line's exact bytes to out. Long lines are re-read from the file.
+    bool copyTo(const IniLine& line, std::FILE* out);
+    // Writes every remaining line unchanged.
+    bool copyRest(std::FILE* out);
+    // True once a read failed: a rewrite must then not replace the file.
+    bool failed() const { return std::ferror(file_) != 0; }
+
+private:
+    std::FILE* file_;
+    long long offset_ = 0;
+};
+
+}  // namespace srci::ini_detail

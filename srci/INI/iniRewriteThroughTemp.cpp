@@ -1,0 +1,144 @@
+#include <cstdio>
+
+#include "INI/iniFileAccess.h"
+#include "INI/iniLineSyntax.h"
+#include "INI/iniRewrite.h"
+
+namespace srci::ini_detail {
+
+namespace {
+
+// The temporary file being written, remembering whether its last line is ended.
+class CopyTarget {
+public:
+    explicit CopyTarget(std::FILE* file) : file_(file) {}
+
+    void write(std::string_view text)
+    {
+        if (text.empty())
+            return;
+        ok_ = ok_ && std::fwrite(text.data(), 1, text.size(), file_) == text.size();
+        lastEnded_ = text.back() == '\n';
+    }
+    void copy(IniLineReader& source, const IniLine& line)
+    {
+        ok_ = ok_ && source.copyTo(line, file_);
+        lastEnded_ = line.endsWithLineFeed;
+    }
+    void copyRest(IniLineReader& source) { ok_ = ok_ && source.copyRest(file_); }
+    // A line appended after an unterminated last line must start on its own line.
+    void endLastLine()
+    {
+        if (!lastEnded_)
+            write("\n");
+    }
+    bool ok() const { return ok_; }
+
+private:
+    std::FILE* file_;
+    bool ok_ = true;
+    bool lastEnded_ = true;  // an empty file needs no line feed either
+};
+
+// Copies up to the target section line. False when the file has no such section.
+bool copyUpToSection(IniLineReader& source, CopyTarget& out, std::string_view section,
+                     IniLine& sectionLineRead)
+{
+    if (section.empty())
+        return true;
+    while (source.next(sectionLineRead)) {
+        if (isSectionLine(parseLine(sectionLineRead.parseText()), section))
+            return true;
+        out.copy(source, sectionLineRead);
+    }
+    return false;
+}
+
+void dropSectionBody(IniLineReader& source, CopyTarget& out)
+{
+    IniLine line;
+    while (source.next(line)) {
+        if (parseLine(line.parseText()).kind == LineKind::section) {
+            out.copy(source, line);
+            return;
+        }
+    }
+}
+
+// Inside the section: the new key line takes the place of the old one, or goes
+// right before the next section line, or at the very end.
+void replaceKeyInSection(IniLineReader& source, CopyTarget& out, const IniChange& change)
+{
+    const std::string newLine = change.value != nullptr ? keyLine(change.key, change.value) : "";
+    IniLine line;
+    while (source.next(line)) {
+        const LineSyntax syntax = parseLine(line.parseText());
+        if (syntax.kind == LineKind::section) {
+            out.write(newLine);
+            out.copy(source, line);
+            return;
+        }
+        if (isKeyLine(syntax, change.key)) {
+            out.write(newLine);
+            return;
+        }
+        out.copy(source, line);
+    }
+    if (!newLine.empty()) {
+        out.endLastLine();
+        out.write(newLine);
+    }
+}
+
+void applyChange(IniLineReader& source, CopyTarget& out, const IniChange& change)
+{
+    IniLine header;
+    if (!copyUpToSection(source, out, change.section, header)) {
+        if (change.key != nullptr && change.value != nullptr) {
+            out.endLastLine();
+            out.write(sectionLine(change.section));
+            out.write(keyLine(change.key, change.value));
+        }
+        return;
+    }
+    if (change.key == nullptr) {
+        dropSectionBody(source, out);
+    } else {
+        if (!change.section.empty())
+            out.copy(source, header);
+        replaceKeyInSection(source, out, change);
+    }
+    out.copyRest(source);
+}
+
+}  // namespace
+
+std::string temporaryName(std::string_view filename)
+{
+    if (filename.empty() || filename.back() == '~')
+        return {};
+    std::string name(filename);
+    name.back() = '~';
+    return name;
+}
+
+bool rewriteThroughTemp(const char* filename, IniLineReader& source, const IniChange& change)
+{
+    const std::string tempName = temporaryName(filename);
+    if (tempName.empty())
+        return false;
+    FileHandle temp = openRegularFile(tempName.c_str(), OpenMode::createWrite);
+    if (!temp)
+        return false;
+
+    CopyTarget out(temp.get());
+    applyChange(source, out, change);
+    if (!out.ok() || source.failed() || !flushSyncClose(std::move(temp))) {
+        std::remove(tempName.c_str());
+        return false;
+    }
+    std::remove(filename);
+    return std::rename(tempName.c_str(), filename) == 0;
+}
+
+}  // namespace srci::ini_detail
