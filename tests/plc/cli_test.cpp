@@ -1,0 +1,159 @@
+// srci-plc command lines, scripts and their execution on a scripted robot.
+#include <gtest/gtest.h>
+
+#include <limits>
+
+#include "cli_options.hpp"
+#include "command_runner.hpp"
+#include "fake_robot_peer.hpp"
+#include "result_printer.hpp"
+
+using namespace srci_plc;
+using namespace srci_plc::cli;
+
+namespace {
+
+GlobalOptions parse(std::vector<const char*> args) {
+    args.insert(args.begin(), "srci-plc");
+    return parse_global_options(static_cast<int>(args.size()), args.data());
+}
+
+CommandLine line(const std::string& text) { return parse_command_words(split_script_line(text)); }
+
+}  // namespace
+
+TEST(CliOptions, ParsesOptionsUntilTheCommandAndRejectsBadOnes) {
+    const GlobalOptions o = parse({"--port", "5001", "--json", "move-axes", "0", "-30", "vel=20"});
+    EXPECT_EQ(o.port, 5001);
+    EXPECT_TRUE(o.json);
+    EXPECT_EQ(o.command, (std::vector<std::string>{"move-axes", "0", "-30", "vel=20"}));
+
+    EXPECT_THROW(parse({"--port", "70000", "status"}), UsageError);
+    EXPECT_THROW(parse({"--port"}), UsageError);
+    EXPECT_THROW(parse({"--timeout", "abc", "status"}), UsageError);
+    EXPECT_THROW(parse({"--frobnicate", "status"}), UsageError);
+    EXPECT_THROW(parse({}), UsageError);
+}
+
+TEST(CliOptions, ValidatesCommandLinesBeforeAnythingIsSent) {
+    EXPECT_NO_THROW(validate_command(line("move-axes 0 -30 90 0 60 0 vel=20 --no-wait # comment")));
+    EXPECT_NO_THROW(validate_command(line("jog joint j1+ rot=5")));
+    EXPECT_NO_THROW(validate_command(line("sleep 100")));
+    const char* bad[] = {"move-axes 0 1 2 3 4 5 6",     // too many joints
+                         "move-axes 0 vel=200",         // rate above 100 %
+                         "move-axes 0 vel=20 vel=30",   // twice
+                         "move-axes zero",              // not a number
+                         "read-tool 300",               // USINT overflow
+                         "jog sideways x+",             // bad mode
+                         "jog frame q+",                // bad axis
+                         "sleep -5",                    // negative
+                         "run other.srci",              // nested script
+                         "read-messages",               // owned by the session
+                         "teleport 1 2 3",              // unknown
+                         "stop now"};
+    for (const char* b : bad) EXPECT_THROW(validate_command(line(b)), UsageError) << b;
+    EXPECT_TRUE(split_script_line("   # only a comment").empty());
+}
+
+TEST(CliOutput, JsonEscapesTextAndNamesErrorCodes) {
+    Outcome o;
+    o.command = "read-tool";
+    o.cmd_type = 5107;
+    o.has_result = true;
+    o.result.answered = true;
+    o.result.cmd_id = 4;
+    o.result.header.state = cmd_state::kError;
+    o.result.header.severity = 28;
+    o.result.header.code = 0x8F11;
+    o.info.push_back(DecodedField{"text", FieldType::Chars, std::string("say \"hi\"\n")});
+    o.info.push_back(DecodedField{"x", FieldType::F32, std::numeric_limits<double>::quiet_NaN()});
+    o.ok = false;
+    const std::string j = format_json(o);
+    EXPECT_NE(j.find("\"x\":null"), std::string::npos) << j;  // JSON has no NaN
+    EXPECT_NE(j.find("\"code_name\":\"ERR_CMD_NOT_IMPLEMENTED\""), std::string::npos) << j;
+    EXPECT_NE(j.find("say \\\"hi\\\"\\u000a"), std::string::npos) << j;
+    EXPECT_NE(j.find("\"ok\":false"), std::string::npos);
+    const std::string t = format_text(o);
+    EXPECT_NE(t.find("Error 0x8F11 ERR_CMD_NOT_IMPLEMENTED (error)"), std::string::npos) << t;
+}
+
+class RunnerTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        peer.on_command = [this](FakeRobotPeer& p, const ReceivedCommand& c) { robot(p, c); };
+        ClientOptions o;
+        o.cycle_ms = 0;
+        client = std::make_unique<Client>(peer, o);
+        client->connect();
+        runner = std::make_unique<CommandRunner>(*client, 5000, false, Client::Progress{});
+    }
+
+    // A robot that enables, jogs by increments and finishes moves at once.
+    void robot(FakeRobotPeer& p, const ReceivedCommand& c) {
+        const auto& b = c.payload;
+        switch (c.cmd_type()) {
+        case 1000: {
+            const bool on = b.size() > 4 && (b[4] & 1);
+            p.respond(c.cmd_id, on ? 4 : 10, c.par_seq(), {static_cast<uint8_t>(on)});
+            break;
+        }
+        case 2100: {
+            const bool on = b[4] & 1;
+            const bool dir = b[20] | b[21] | b[22];
+            jog_directions.push_back(static_cast<uint8_t>(b[20] | b[21] | b[22]));
+            p.respond(c.cmd_id, on ? 4 : 10, c.par_seq(), {static_cast<uint8_t>((on ? 1 : 0) | (dir ? 2 : 0))});
+            break;
+        }
+        case 2101: p.respond(c.cmd_id, 10, c.par_seq(), std::vector<uint8_t>(6, 0)); break;
+        case 9000: answer_startup(p, c); configs.push_back(c); break;
+        default: answer_startup(p, c); break;
+        }
+    }
+
+    FakeRobotPeer peer;
+    std::unique_ptr<Client> client;
+    std::unique_ptr<CommandRunner> runner;
+    std::vector<uint8_t> jog_directions;
+    std::vector<ReceivedCommand> configs;
+};
+
+TEST_F(RunnerTest, EnableThenDisableUpdatesTheSameCommand) {
+    const Outcome on = runner->run(line("enable"));
+    EXPECT_TRUE(on.ok) << format_text(on);
+    EXPECT_TRUE(on.result.enabled);
+    const Outcome off = runner->run(line("disable"));
+    EXPECT_TRUE(off.ok) << format_text(off);
+    EXPECT_EQ(off.result.cmd_id, on.result.cmd_id);
+    EXPECT_EQ(off.result.header.state, cmd_state::kDone);
+    EXPECT_EQ(off.result.header.par_seq, 2);
+}
+
+TEST_F(RunnerTest, IncrementalJogWaitsForDistanceReachedThenReleases) {
+    EXPECT_FALSE(runner->run(line("jog joint j3- rot=5")).ok);  // GroupJog not announced
+    EXPECT_TRUE(jog_directions.empty());
+    CommandRunner forced(*client, 5000, true, Client::Progress{});
+    const Outcome o = forced.run(line("jog joint j3- rot=5"));
+    EXPECT_TRUE(o.ok) << format_text(o);
+    ASSERT_EQ(jog_directions.size(), 2u);
+    EXPECT_EQ(jog_directions[0], 0x01);  // Z/J3- set
+    EXPECT_EQ(jog_directions[1], 0x00);  // released with Enable = 0
+    EXPECT_EQ(o.result.header.state, cmd_state::kDone);
+}
+
+TEST_F(RunnerTest, MotionWaitDoneAndConfigurationUpdates) {
+    // The scripted robot does not announce MoveAxesAbsolute.
+    const Outcome refused = runner->run(line("move-axes 1 2 3 4 5 6"));
+    EXPECT_FALSE(refused.ok);
+    EXPECT_FALSE(refused.has_result);
+    CommandRunner forced(*client, 5000, true, Client::Progress{});
+    EXPECT_TRUE(forced.run(line("move-axes 1 2 3 4 5 6 --no-wait")).ok);
+    const Outcome w = forced.run(line("wait-done"));
+    EXPECT_TRUE(w.ok) << format_text(w);
+
+    const Outcome cfg = runner->run(line("exchange-config lifesign_timeout=300"));
+    EXPECT_TRUE(cfg.ok) << format_text(cfg);
+    ASSERT_EQ(configs.size(), 2u);
+    EXPECT_EQ((configs[1].payload[10] << 8) | configs[1].payload[11], 300);
+    EXPECT_EQ(configs[1].first_action, 0x05);
+    EXPECT_EQ(configs[1].par_seq(), 2);
+}
