@@ -22,7 +22,7 @@ using srciport::SimArm;
 
 namespace {
 
-constexpr uint8_t kBuffered = 2, kActive = 4, kInterrupted = 5, kDone = 10, kAborted = 14, kError = 15;
+constexpr uint8_t kActive = 4, kInterrupted = 5, kDone = 10, kAborted = 14, kError = 15;
 constexpr uint32_t kErrorPendingBit = 1u << 5;
 
 const srci_plc::CommandDef& command(const char* name) {
@@ -62,8 +62,22 @@ protected:
 
     // Runs cycles until the command is final, collecting every state it showed on the way.
     static CommandResult follow(uint16_t id, std::set<int>& states) {
-        return client->wait(id, WaitFor::Final, 60000,
-                            [&](const srci_plc::AcrEntry& e, double) { states.insert(e.last.state); });
+        return client->wait_until(
+            id,
+            [&](const srci_plc::AcrEntry& e) {
+                states.insert(e.last.state);
+                return srci_plc::cmd_state::is_final(e.last.state);
+            },
+            60000);
+    }
+
+    // Runs cycles until the command shows `state` (or ends); returns the state it stopped at.
+    static int until(uint16_t id, uint8_t state) {
+        return client
+            ->wait_until(
+                id, [&](const srci_plc::AcrEntry& e) { return e.last.state == state || srci_plc::cmd_state::is_final(e.last.state); },
+                60000)
+            .header.state;
     }
 
     static void cycles(int n) {
@@ -72,7 +86,10 @@ protected:
 
     static InProcessAdapter* transport;
     static srci_plc::Client* client;
+    static uint16_t enableId;
 };
+
+uint16_t EndToEnd::enableId = 0;
 
 InProcessAdapter* EndToEnd::transport = nullptr;
 srci_plc::Client* EndToEnd::client = nullptr;
@@ -95,7 +112,8 @@ TEST_F(EndToEnd, AFreshStartCreatesSrciIniAndAnswersTheDocumentedDynamics) {
 }
 
 TEST_F(EndToEnd, EnableTurnsOnTheDrivesAndTheStatusWord) {
-    const auto enabled = run("enable", {}, WaitFor::Enabled);
+    enableId = client->submit(command("enable"), {{"enable", 1}});
+    const auto enabled = client->wait(enableId, WaitFor::Enabled, 60000);
     ASSERT_TRUE(enabled.ok()) << int(enabled.header.state) << " " << enabled.header.code;
     EXPECT_TRUE(enabled.enabled);
     EXPECT_NE(arm().ra_enable_stat, 0);
@@ -121,8 +139,8 @@ TEST_F(EndToEnd, AbsoluteMovesReachTheirTargetsThroughBufferedActiveDone) {
     pose["acc"] = 50;
     states.clear();
     ParamValues linear = pose;
-    linear["tool"] = 255;
-    linear["frame"] = 255;
+    linear["tool"] = 0;
+    linear["frame"] = 0;
     done = follow(client->submit(command("move-linear"), linear), states);
     ASSERT_EQ(done.header.state, kDone) << done.header.code;
     EXPECT_NEAR(arm().act_cartpos[0], pose["x"], 0.05);
@@ -130,8 +148,8 @@ TEST_F(EndToEnd, AbsoluteMovesReachTheirTargetsThroughBufferedActiveDone) {
 
     run("move-axes", {{"j1", 20}, {"j2", -20}, {"j3", 80}, {"j4", 0}, {"j5", 60}, {"j6", 0}, {"vel", 80}});
     ParamValues direct = pose;
-    direct["tool"] = 255;
-    direct["frame"] = 255;
+    direct["tool"] = 0;
+    direct["frame"] = 0;
     done = run("move-direct", direct);
     ASSERT_EQ(done.header.state, kDone) << done.header.code;
     EXPECT_NEAR(arm().act_jpos[1], -10, 0.05);
@@ -143,15 +161,14 @@ TEST_F(EndToEnd, PauseContinueAndStopReachTheMoveInFlight) {
                                        {{"j1", start + 60}, {"j2", -20}, {"j3", 80}, {"j4", 0}, {"j5", 60}, {"j6", 0}, {"vel", 5}});
     cycles(60);
     ASSERT_NE(arm().ra_is_moving, 0);
-    ASSERT_TRUE(run("pause").ok());
-    EXPECT_TRUE(client->wait_until(id, [](const srci_plc::AcrEntry& e) { return e.last.state == kInterrupted; }, 30000)
-                    .answered);
+    // The group commands are followed through the move they act on.
+    client->submit(command("pause"), {});
+    ASSERT_EQ(until(id, kInterrupted), kInterrupted);
     cycles(100);
     EXPECT_EQ(arm().ra_is_moving, 0);
-    ASSERT_TRUE(run("continue").ok());
-    EXPECT_TRUE(client->wait_until(id, [](const srci_plc::AcrEntry& e) { return e.last.state == kActive; }, 30000)
-                    .answered);
-    ASSERT_TRUE(run("stop").ok());
+    client->submit(command("continue"), {});
+    ASSERT_EQ(until(id, kActive), kActive);
+    client->submit(command("stop"), {});
     const auto final = client->wait(id, WaitFor::Final, 30000);
     EXPECT_EQ(final.header.state, kAborted);
     cycles(100);
@@ -198,7 +215,7 @@ TEST_F(EndToEnd, DynamicsWritesAnswerTheValuesInForce) {
     EXPECT_FLOAT_EQ(field(written, "acc"), 300) << "a negative value keeps the stored one";
     EXPECT_EQ(run("write-dynamics", {{"vel", 500}, {"acc", 300}, {"dec", 0}}).header.code, 36135);
     EXPECT_EQ(run("write-dynamics", {{"vel", 2500}, {"acc", 300}}).header.code, 36137);
-    const auto def = run("write-default-dynamics", {{"vel", 50}, {"acc", 655.35}});
+    const auto def = run("write-default-dynamics", {{"vel", 50}, {"acc", -1}});
     ASSERT_TRUE(def.ok());
     EXPECT_NEAR(field(def, "vel"), 50, 1e-6);
     EXPECT_EQ(run("write-default-dynamics", {{"vel", 50}, {"acc", 50}, {"jerk", 0}}).header.code, 36356);
@@ -256,8 +273,9 @@ TEST_F(EndToEnd, AControllerErrorFailsTheMoveAndGroupResetAcknowledgesIt) {
 }
 
 TEST_F(EndToEnd, DisableEndsTheEnableCommand) {
-    const auto disabled = run("disable");
-    EXPECT_TRUE(disabled.answered);
+    client->update(enableId, {{"enable", 0}});
+    const auto disabled = client->wait(enableId, WaitFor::Final, 60000);
+    EXPECT_EQ(disabled.header.state, kDone);
     cycles(600);
     EXPECT_EQ(arm().ra_enable_stat, 0);
 }

@@ -2,6 +2,8 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <cstring>
+#include <filesystem>
 #include <memory>
 
 #include "child_process.h"
@@ -42,7 +44,17 @@ protected:
     void SetUp() override { start(); }
 
     void start() {
+        std::memset(image.robotToPlc(), 0, 256);
         server = std::make_unique<ChildProcess>(kServer, std::vector<std::string>{}, dir.path(), dir.file("out.txt"));
+        // Start-up powers the arm before the first cycle; the first answer marks the cycle running.
+        ASSERT_TRUE(eventually(
+            [&] {
+                uint8_t telegram[256];
+                image.readRobotTelegram(telegram);
+                return telegram[1] != 0;
+            },
+            30000))
+            << readFile(dir.file("out.txt"));
         transport = std::make_unique<ShmTransport>(image);
         srci_plc::ClientOptions options;
         options.lifesign_timeout_ms = 2000;

@@ -45,6 +45,11 @@ struct ZLogClient::Impl {
         }
         if (toStdout.load(std::memory_order_relaxed)) {
             fwrite(record.data(), 1, record.size(), stdout);
+            // An error is often the last thing a process says before it ends; do not leave it
+            // in a buffer that dies with the process.
+            if (level == ZLogLvError) {
+                fflush(stdout);
+            }
         }
     }
 };
