@@ -1,0 +1,224 @@
+// The parameter store against the simulated arm: first start, read-back, fallbacks and the
+// rules its setters enforce.
+#include <gtest/gtest.h>
+
+#include "INI/iniHandler.h"
+#include "itf_rc/rcitf.h"
+#include "motion_test_support.h"
+#include "srl/edk_helper.h"
+
+using namespace motion_test;
+
+namespace {
+
+srci::RcItf* rc() { return srci::RcItf::get(true); }
+
+void expectPoseNear(const srci::POSE& a, const srci::POSE& b, double tol = 1e-3) {
+    for (unsigned int i = 0; i < 6; ++i) EXPECT_NEAR(a[i], b[i], tol) << "component " << i;
+}
+
+class StoreTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        sim().reset();
+        Log::clear();
+    }
+};
+
+// ---------------------------------------------------------------- first and second start
+
+TEST_F(StoreTest, FirstStartCreatesCompleteFileAndSecondStartReadsItBackUnchanged) {
+    ScratchDir dir("first_start");
+    const double tool4[6] = {1, 2, 30, 0, 0, 90};
+    sim().setToolOffset(tool4, 4);
+
+    EDK_Helper first;
+    INI ini(dir.file().string());
+    for (int i = 1; i <= 15; ++i) {
+        EXPECT_TRUE(ini.hasSection("tool" + std::to_string(i)));
+        EXPECT_TRUE(ini.hasSection("userFrame" + std::to_string(i)));
+        EXPECT_TRUE(ini.hasSection("load" + std::to_string(i)));
+    }
+    EXPECT_FALSE(ini.hasSection("tool0"));
+    EXPECT_FALSE(ini.hasSection("tool16"));
+    EXPECT_NEAR(ini.getDouble("refDyn", "vel"), 300.0, 1e-6);
+    EXPECT_NEAR(ini.getDouble("refDyn", "acc"), 300.0, 1e-6);
+    EXPECT_NEAR(ini.getDouble("refDyn", "dec"), -1.0, 1e-6);
+    EXPECT_NEAR(ini.getDouble("refDyn", "jerk"), -1.0, 1e-6);
+    EXPECT_NEAR(ini.getDouble("defaultDyn", "vel"), 0.9, 1e-6);
+    EXPECT_NEAR(ini.getDouble("defaultDyn", "acc"), 0.9, 1e-6);
+    EXPECT_NEAR(ini.getDouble("defaultDyn", "dec"), -1.0, 1e-6);
+    EXPECT_NEAR(ini.getDouble("defaultDyn", "jerk"), -1.0, 1e-6);
+
+    // Missing sections are logged: two dynamics lines and one code per tool, frame and load.
+    EXPECT_EQ(Log::count("fail to read ini refDyn, use default"), 1u);
+    EXPECT_EQ(Log::count("fail to read ini defaultDyn, use default"), 1u);
+    EXPECT_EQ(Log::count("\n10002\n"), 45u);
+
+    // Tools fell back to the controller's poses with the default load id.
+    const srci::ToolData t4 = first.getStoredTool(4);
+    expectPoseNear(t4.pose, srci::POSE(tool4));
+    EXPECT_EQ(t4.loadId, 1);
+    EXPECT_FALSE(t4.fixed_tool);
+    EXPECT_EQ(ini.getInt("tool4", "loadId"), 1);
+    EXPECT_NEAR(ini.getDouble("tool4", "z"), 30.0, 1e-6);
+
+    const std::string written = readFile(dir.file());
+    Log::clear();
+    EDK_Helper second;
+    EXPECT_EQ(readFile(dir.file()), written);
+    EXPECT_EQ(Log::count("fail to read ini"), 0u);
+    EXPECT_EQ(Log::count("\n10002\n"), 0u);
+    expectPoseNear(second.getStoredTool(4).pose, t4.pose);
+    EXPECT_NEAR(second.getStoredDefaultDyn().vel_rate, 0.9, 1e-6);
+}
+
+TEST_F(StoreTest, FileValuesWinOverTheControllerAndArePushedToIt) {
+    ScratchDir dir("file_wins");
+    {
+        EDK_Helper seed;
+        srci::ToolData tool;
+        tool.pose = srci::POSE(0, 0, 55, 0, 0, 0);
+        tool.fixed_tool = true;
+        tool.loadId = 3;
+        tool.physicalToolId = 9;
+        seed.setStoredTool(5, tool);
+    }
+    sim().reset();
+    EDK_Helper store;
+    const srci::ToolData t5 = store.getStoredTool(5);
+    EXPECT_TRUE(t5.fixed_tool);
+    EXPECT_EQ(t5.loadId, 3);
+    EXPECT_EQ(t5.physicalToolId, 9);
+    expectPoseNear(rc()->getTool(5), srci::POSE(0, 0, 55, 0, 0, 0));
+}
+
+TEST_F(StoreTest, PartlyReadableToolSectionIsReplacedWholeFromTheController) {
+    ScratchDir dir("partial_tool");
+    { EDK_Helper seed; }
+    INI ini(dir.file().string());
+    // Rewrite tool3 without its last key.
+    std::string text = readFile(dir.file());
+    const size_t at = text.find("[tool3]");
+    ASSERT_NE(at, std::string::npos);
+    const size_t key = text.find("physicalToolId", at);
+    text.erase(key, text.find('\n', key) - key + 1);
+    writeFile(dir.file(), text);
+    ini.put("tool3", "fixTCP", true);
+    ini.put("tool3", "loadId", 7);
+    ini.put("tool3", "z", 99.0);
+    ASSERT_FALSE(ini.hasKey("tool3", "physicalToolId"));
+
+    const double controllerTool3[6] = {0, 0, 12, 0, 0, 0};
+    sim().setToolOffset(controllerTool3, 3);
+    Log::clear();
+    EDK_Helper store;
+    const srci::ToolData t3 = store.getStoredTool(3);
+    expectPoseNear(t3.pose, srci::POSE(controllerTool3));
+    EXPECT_EQ(t3.loadId, 1);
+    EXPECT_FALSE(t3.fixed_tool);
+    EXPECT_EQ(t3.physicalToolId, 0);
+    EXPECT_EQ(Log::count("\n10003\n"), 1u);
+    EXPECT_EQ(ini.getInt("tool3", "physicalToolId"), 0);
+    EXPECT_FALSE(ini.getBool("tool3", "fixTCP"));
+}
+
+TEST_F(StoreTest, DefaultDynamicsReadOnlyVelAndAccAndMissingKeyFailsConstruction) {
+    ScratchDir dir("dyn_sections");
+    { EDK_Helper seed; }
+    INI ini(dir.file().string());
+    ini.put("defaultDyn", "vel", 0.5);
+    ini.put("defaultDyn", "acc", 0.25);
+    ini.put("defaultDyn", "dec", 5.0);
+    ini.put("defaultDyn", "jerk", 7.0);
+    {
+        EDK_Helper store;
+        const srci::DefaultDynamic dd = store.getStoredDefaultDyn();
+        EXPECT_NEAR(dd.vel_rate, 0.5, 1e-6);
+        EXPECT_NEAR(dd.acc_rate, 0.25, 1e-6);
+        EXPECT_DOUBLE_EQ(dd.dec_rate, -1.0);
+        EXPECT_DOUBLE_EQ(dd.jerk_rate, -1.0);
+        EXPECT_NEAR(ini.getDouble("defaultDyn", "dec"), -1.0, 1e-6);
+    }
+    // A dynamics section without "acc" is not replaced by the fallback: construction fails.
+    std::string text = readFile(dir.file());
+    const size_t at = text.find("[refDyn]");
+    const size_t key = text.find("acc", at);
+    text.erase(key, text.find('\n', key) - key + 1);
+    writeFile(dir.file(), text);
+    try {
+        EDK_Helper broken;
+        FAIL() << "construction should fail";
+    } catch (int code) {
+        EXPECT_EQ(code, srci::err_ini_no_key);
+    }
+}
+
+// ---------------------------------------------------------------- setters
+
+TEST_F(StoreTest, IndexesOutsideTheTablesAreRefused) {
+    ScratchDir dir("indexes");
+    EDK_Helper store;
+    for (int bad : {-1, 16}) {
+        EXPECT_EQ(thrownCode([&] { store.getStoredTool(bad); }), srci::err_tools_index);
+        EXPECT_EQ(thrownCode([&] { store.setStoredTool(bad, srci::POSE()); }), srci::err_tools_index);
+        EXPECT_EQ(thrownCode([&] { store.getStoredFrame(bad); }), srci::err_frames_index);
+        EXPECT_EQ(thrownCode([&] { store.getStoredLoad(bad); }), srci::err_load_index);
+        EXPECT_EQ(thrownCode([&] { store.setStoredLoad(bad, srci::LoadData{}); }), srci::err_load_index);
+    }
+    EXPECT_NO_THROW(store.getStoredTool(0));
+    EXPECT_NO_THROW(store.getStoredLoad(15));
+}
+
+TEST_F(StoreTest, FramesReferToTheBaseOrToAFrameReferringToTheBaseOnly) {
+    ScratchDir dir("frames");
+    EDK_Helper store;
+    store.setStoredFrame(1, srci::FrameData{srci::POSE(100, 0, 0, 0, 0, 0), 0});
+    store.setStoredFrame(2, srci::FrameData{srci::POSE(0, 50, 0, 0, 0, 0), 1});
+    // The controller gets base coordinates, the store keeps the relative pose.
+    expectPoseNear(rc()->getUsrFrame(2), srci::POSE(100, 50, 0, 0, 0, 0));
+    expectPoseNear(store.getStoredFrame(2).pose, srci::POSE(0, 50, 0, 0, 0, 0));
+
+    store.setStoredFrame(1, srci::FrameData{srci::POSE(10, 0, 0, 0, 0, 0), 3});
+    Log::clear();
+    try {
+        store.setStoredFrame(2, srci::FrameData{srci::POSE(0, 70, 0, 0, 0, 0), 1});
+        FAIL() << "a two-level chain must be refused";
+    } catch (int code) {
+        EXPECT_EQ(code, srci::err_frame_ref);
+    }
+    EXPECT_EQ(Log::count("cannot refer to a frame which is not referred to frame0..."), 1u);
+    expectPoseNear(store.getStoredFrame(2).pose, srci::POSE(0, 50, 0, 0, 0, 0));
+    INI ini(dir.file().string());
+    EXPECT_NEAR(ini.getDouble("userFrame2", "y"), 50.0, 1e-6);
+}
+
+TEST_F(StoreTest, ReferenceDynamicsLimitsAndUnusedDecJerk) {
+    ScratchDir dir("refdyn");
+    EDK_Helper store;
+    auto codeOf = [&](srci::ReferenceDynamic rd) { return thrownCode([&] { store.setStoredRefDyn_linear(rd); }); };
+    EXPECT_EQ(codeOf({2000.0, -1.0, -1.0, -1.0}), 0);
+    EXPECT_DOUBLE_EQ(store.getStoredRefDyn_linear().vel, 2000.0);
+    EXPECT_DOUBLE_EQ(store.getStoredRefDyn_linear().acc, 300.0);  // negative keeps the value
+    EXPECT_EQ(codeOf({2000.0001, 10.0, -1.0, -1.0}), srci::err_refDyn_vel);
+    EXPECT_EQ(codeOf({-1.0, 5000.5, -1.0, -1.0}), srci::err_refDyn_acc);
+    EXPECT_EQ(codeOf({2500.0, 6000.0, -1.0, -1.0}), srci::err_refDyn_vel);  // vel is tested first
+    EXPECT_EQ(codeOf({100.0, 100.0, -0.9995, -1.0}), 0);
+    EXPECT_EQ(codeOf({100.0, 100.0, -0.998, -1.0}), srci::err_refDyn_dec);
+    EXPECT_EQ(codeOf({100.0, 100.0, -0.998, 3.0}), srci::err_refDyn_dec);
+    EXPECT_EQ(codeOf({100.0, 100.0, -1.0, 3.0}), srci::err_refDyn_jerk);
+    EXPECT_EQ(codeOf({0.0, 0.0, -1.0, -1.0}), 0);  // zero is a value, not "keep"
+    EXPECT_DOUBLE_EQ(store.getStoredRefDyn_linear().vel, 0.0);
+
+    EXPECT_EQ(codeOf({150.0, 250.0, -1.0, -1.0}), 0);
+    const srci::ReferenceDynamic stored = store.getStoredRefDyn_linear();
+    EXPECT_DOUBLE_EQ(stored.acc, 250.0);
+    EXPECT_DOUBLE_EQ(stored.dec, -1.0);
+    EXPECT_DOUBLE_EQ(stored.jerk, -1.0);
+    INI ini(dir.file().string());
+    EXPECT_NEAR(ini.getDouble("refDyn", "vel"), 150.0, 1e-6);
+    EXPECT_NEAR(ini.getDouble("refDyn", "dec"), -1.0, 1e-6);
+    EXPECT_NEAR(rc()->getReferenceDynamic().vel, 150.0, 1e-6);
+}
+
+}  // namespace
