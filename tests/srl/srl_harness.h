@@ -1,0 +1,199 @@
+// PLC-side helpers for the interpreter tests: build P->R telegrams and read R->P telegrams.
+// Written from the SRCI telegram tables, independently of the library's own layout code.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <initializer_list>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "srl/srl_api.h"
+#include "srl/srl_config.h"
+
+namespace srltest {
+
+using Tel = std::array<uint8_t, 256>;
+using Bytes = std::vector<uint8_t>;
+
+inline uint64_t g_now_ms = 1000;
+inline uint64_t fake_clock() { return g_now_ms; }
+
+inline uint16_t be16(const uint8_t* p) { return static_cast<uint16_t>(p[0] << 8 | p[1]); }
+
+// "23 05 01 00" -> bytes (for hand-written golden data)
+inline Bytes hex(const std::string& s) {
+    Bytes out;
+    std::string tok;
+    for (char ch : s + " ") {
+        if (ch != ' ') {
+            tok += ch;
+        } else if (!tok.empty()) {
+            out.push_back(static_cast<uint8_t>(std::stoi(tok, nullptr, 16)));
+            tok.clear();
+        }
+    }
+    return out;
+}
+
+// A 256-byte telegram from (offset, hex) pieces; all other bytes 0.
+inline Tel telegram(std::initializer_list<std::pair<int, std::string>> pieces) {
+    Tel t{};
+    for (const auto& [off, h] : pieces) {
+        const Bytes b = hex(h);
+        for (size_t i = 0; i < b.size(); ++i) t[off + i] = b[i];
+    }
+    return t;
+}
+
+struct Frag {
+    uint16_t id;
+    uint8_t action;
+    uint16_t pointer;
+    Bytes bytes;
+};
+
+// Command payload header: CmdType, ExecMode, Priority 3 / ParSeq.
+inline Bytes payload(uint16_t type, Bytes body = {}, uint8_t exec = 2, uint8_t parseq = 1) {
+    body.resize(body.size() + 4);
+    for (size_t i = body.size() - 1; i >= 4; --i) body[i] = body[i - 4];
+    body[0] = static_cast<uint8_t>(type >> 8);
+    body[1] = static_cast<uint8_t>(type);
+    body[2] = exec;
+    body[3] = static_cast<uint8_t>(parseq << 4 | 3);
+    return body;
+}
+inline Frag command(uint16_t id, Bytes p, uint8_t action = 0x03) { return {id, action, 0, std::move(p)}; }
+
+struct RspFrag {
+    uint16_t id;
+    uint8_t action;
+    uint16_t pointer;
+    Bytes bytes;
+    uint8_t state() const { return bytes.empty() ? 0 : bytes[0] & 0x0F; }
+    uint8_t parseq() const { return bytes.empty() ? 0 : bytes[0] >> 4; }
+    int8_t severity() const { return bytes.size() > 1 ? static_cast<int8_t>(bytes[1]) : 0; }
+    uint16_t code() const { return bytes.size() > 3 ? be16(&bytes[2]) : 0; }
+};
+
+struct Reply {
+    Tel raw{};
+    uint16_t ack = 0;
+    uint16_t payload_length = 0;
+    std::vector<RspFrag> frags;
+    uint8_t state() const { return raw[3]; }
+    uint32_t status() const {
+        return raw[4] | raw[5] << 8 | raw[6] << 16 | static_cast<uint32_t>(raw[7]) << 24;
+    }
+    const RspFrag* find(uint16_t id) const {
+        for (const RspFrag& f : frags)
+            if (f.id == id) return &f;
+        return nullptr;
+    }
+};
+
+class Plc {
+public:
+    bool tool_frame = true;  // bytes 18-19 sent
+    uint16_t p2r_words = 0, r2p_words = 0;
+    uint8_t control = 0, fast_stop = 0, group = 0, version = 0x23;
+    uint8_t life = 0;
+    uint16_t seq = 0;
+    uint16_t lengths[2] = {256, 256};
+    uint8_t tool = 255, frame = 255;
+    bool freeze_life = false;
+
+    uint16_t cp() const { return tool_frame ? 20 : 18; }
+    uint16_t crp() const {
+        return static_cast<uint16_t>(10 + ((r2p_words & 2) ? 40 : 0) + ((r2p_words & 4) ? 30 : 0));
+    }
+
+    Tel build(const std::vector<Frag>& frags) const {
+        Tel t{};
+        t[0] = version;
+        t[1] = static_cast<uint8_t>(fast_stop << 4 | life);
+        t[2] = lengths[0] >> 8; t[3] = lengths[0] & 0xFF;
+        t[4] = lengths[1] >> 8; t[5] = lengths[1] & 0xFF;
+        t[6] = static_cast<uint8_t>(group << 4 | control);
+        t[8] = p2r_words >> 8; t[9] = p2r_words & 0xFF;
+        t[10] = r2p_words >> 8; t[11] = r2p_words & 0xFF;
+        if (tool_frame) { t[18] = tool; t[19] = frame; }
+        const int c = cp();
+        t[c] = seq >> 8; t[c + 1] = seq & 0xFF;
+        int off = c + 4;
+        for (const Frag& f : frags) {
+            if (off + 8 + f.bytes.size() > static_cast<size_t>(lengths[0] - 1))
+                throw std::length_error("fragments do not fit the telegram");
+            t[off] = f.id >> 8; t[off + 1] = f.id & 0xFF; t[off + 3] = f.action;
+            t[off + 4] = f.pointer >> 8; t[off + 5] = f.pointer & 0xFF;
+            t[off + 6] = f.bytes.size() >> 8; t[off + 7] = f.bytes.size() & 0xFF;
+            for (size_t i = 0; i < f.bytes.size(); ++i) t[off + 8 + i] = f.bytes[i];
+            off += 8 + static_cast<int>(f.bytes.size());
+        }
+        const int len = off - (c + 4);
+        t[c + 2] = static_cast<uint8_t>(len >> 8); t[c + 3] = static_cast<uint8_t>(len);
+        t[lengths[0] - 1] = life;
+        return t;
+    }
+
+    Reply parse(const Tel& raw) const {
+        Reply r;
+        r.raw = raw;
+        const int c = crp();
+        r.ack = be16(&raw[c]);
+        r.payload_length = be16(&raw[c + 2]);
+        size_t off = c + 4;
+        const size_t end = off + r.payload_length;
+        while (off + 8 <= end && end <= 255) {
+            RspFrag f{be16(&raw[off]), raw[off + 3], be16(&raw[off + 4]), {}};
+            const uint16_t n = be16(&raw[off + 6]);
+            if (off + 8 + n > end) break;
+            f.bytes.assign(raw.begin() + off + 8, raw.begin() + off + 8 + n);
+            r.frags.push_back(f);
+            off += 8 + n;
+        }
+        return r;
+    }
+
+    // One exchange. A new SEQ is used (as the client does after every ACK) unless `same_seq`.
+    Reply cycle(const std::vector<Frag>& frags = {}, bool same_seq = false) {
+        if (!freeze_life) life = static_cast<uint8_t>(life % 15 + 1);
+        if (!same_seq) seq = static_cast<uint16_t>(seq % 254 + 1);
+        Tel in = build(frags);
+        Tel out{};
+        srl_interpreter(in.data(), out.data());
+        g_now_ms += 4;
+        return parse(out);
+    }
+
+    Reply send_raw(Tel in) {
+        Tel out{};
+        srl_interpreter(in.data(), out.data());
+        g_now_ms += 4;
+        return parse(out);
+    }
+
+    // INITIALIZE, ReadMessages (CmdID 1) and ExchangeConfiguration (CmdID 2); returns the last reply.
+    Reply connect() {
+        control = 1;
+        cycle();
+        control = 0;
+        cycle({command(1, payload(9001, {0, 1, 20}))});
+        return cycle({command(2, payload(9000, {20, 0x02, 0, 0, 0, 0, 0x03, 0xE8}))});
+    }
+};
+
+// Waits up to `max` cycles for a response of CmdID `id` (optionally with a given state).
+inline std::optional<RspFrag> wait_for(Plc& plc, uint16_t id, int state = -1, int max = 100) {
+    for (int i = 0; i < max; ++i) {
+        const Reply r = plc.cycle();
+        const RspFrag* f = r.find(id);
+        if (f != nullptr && (state < 0 || f->state() == state)) return *f;
+    }
+    return std::nullopt;
+}
+
+}  // namespace srltest

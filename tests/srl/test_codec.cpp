@@ -1,0 +1,126 @@
+// Field tables seen from the wire: records whose host layout differs from the SRCI table.
+#include <gtest/gtest.h>
+
+#include <cstring>
+
+#include "fake_handlers.h"
+
+namespace srltest {
+namespace {
+
+class Codec : public ::testing::Test {
+protected:
+    void SetUp() override {
+        reset_interpreter();
+        plc.connect();
+    }
+    Plc plc;
+};
+
+TEST_F(Codec, WorkAreaUsesTheStandardLayout) {
+    Bytes p = payload(7503, Bytes(150, 0));
+    p[4] = 0x00; p[5] = 0x03;               // WorkAreaNo 3 (UINT)
+    p[16] = 5;                              // FrameNo
+    p[17] = 0x3F; p[18] = 0x80;             // ZeroPointX 1.0 at the odd offset 17
+    p[153] = 1;                             // DataChanged flag: not part of the record
+    plc.cycle({command(3, p)});
+    LRob_typeServerCmdWriteWorkArea w;
+    std::memcpy(&w, fakes().last("write_workarea")->in.data(), sizeof w);
+    EXPECT_EQ(w.WorkAreaNo, 3);
+    EXPECT_EQ(w.WorkAreaData.Data.FrameNo, 5);
+    EXPECT_EQ(w.WorkAreaData.Data.DefinitionMode, 0);
+    EXPECT_FLOAT_EQ(w.WorkAreaData.Data.ZeroPointX, 1.0f);
+
+    LRob_typeServerRspReadWorkArea rsp{};
+    rsp.WorkAreaNo = 3;
+    rsp.WorkAreaData.Data.FrameNo = 5;
+    rsp.WorkAreaData.Data.Radius = -90.0f;
+    rsp.DataChanged = 1;
+    std::vector<uint8_t> a(sizeof rsp);
+    std::memcpy(a.data(), &rsp, sizeof rsp);
+    fakes().answer["read_workarea"] = a;
+    const Reply r = plc.cycle({command(4, payload(7502, {3}))});
+    ASSERT_NE(r.find(4), nullptr);
+    const Bytes& b = r.find(4)->bytes;
+    ASSERT_EQ(b.size(), 154u);
+    EXPECT_EQ(b[4], 3);
+    EXPECT_EQ(b[16], 5);
+    EXPECT_EQ(Bytes(b.begin() + 53, b.begin() + 57), hex("C2 B4 00 00"));
+    EXPECT_EQ(b[153], 1);
+}
+
+TEST_F(Codec, ExchangeConfigurationSyncBytes) {
+    Bytes p = payload(9000, Bytes(16, 0), 2, 2);
+    p[5] = 0x02;
+    p[15] = 0x11;  // DataInSync
+    p[17] = 0x03;  // DataEnableSync: tools, frames
+    plc.cycle({{2, 0x05, 0, p}});
+    LRob_typeServerCmdExchangeConfiguration c;
+    std::memcpy(&c, fakes().last("exchange_config")->in.data(), sizeof c);
+    EXPECT_EQ(c.SyncStatePLC[0], 0x11);
+    EXPECT_EQ(c.SyncEnable.Tool, 1);
+    EXPECT_EQ(c.SyncEnable.Frame, 1);
+    EXPECT_EQ(c.SyncEnable.Load, 0);
+
+    srl_set_sync_item_parameters(0, 4, nullptr);  // tool 4 changed on the controller
+    auto f = wait_for(plc, 2, 4);
+    ASSERT_TRUE(f.has_value());
+    EXPECT_EQ(f->bytes[14], 4);  // ChangeIndexTool
+}
+
+TEST_F(Codec, KinematicsRecordsCarryNoHeader) {
+    Bytes p = payload(7203, Bytes(50, 0));
+    p[4] = 1;                   // ToolNo
+    p[6] = 0x42; p[7] = 0xB4;   // J1 = 90.0
+    LRob_typeServerRobotCartesianPosition pos{};
+    pos.Position.X = 1.0f;
+    pos.ExtendedPosition.E6 = 2.0f;
+    std::vector<uint8_t> a(sizeof pos);
+    std::memcpy(a.data(), &pos, sizeof pos);
+    fakes().answer["forward_kin"] = a;
+    uint8_t current[104] = {};
+    current[102] = 3;  // tool in use
+    current[103] = 2;
+    srl_set_current_pos(current, 1.0f);
+    const Reply r = plc.cycle({command(3, p)});
+    float j1;
+    std::memcpy(&j1, fakes().last("forward_kin")->in.data(), 4);
+    EXPECT_FLOAT_EQ(j1, 90.0f);
+    ASSERT_NE(r.find(3), nullptr);
+    const Bytes& b = r.find(3)->bytes;
+    ASSERT_EQ(b.size(), 60u);
+    EXPECT_EQ(b[4], 3);
+    EXPECT_EQ(b[5], 2);
+    EXPECT_EQ(Bytes(b.begin() + 6, b.begin() + 10), hex("3F 80 00 00"));
+    EXPECT_EQ(Bytes(b.begin() + 56, b.begin() + 60), hex("40 00 00 00"));
+}
+
+TEST(CodecApi, SerializeCopiesBoundedRecords) {
+    uint8_t rec[8] = {1, 2, 3, 4, 5, 6, 7, 8};
+    uint8_t buf[256] = {};
+    EXPECT_EQ(srl_serialize(rec, buf, 8), 8);
+    EXPECT_EQ(buf[7], 8);
+    EXPECT_EQ(srl_serialize(rec, buf, 256), -1);
+    EXPECT_EQ(srl_deserialize(buf, rec, -1), -1);
+    uint8_t back[8] = {};
+    EXPECT_EQ(srl_deserialize(buf, back, 8), 8);
+    EXPECT_EQ(back[3], 4);
+}
+
+TEST(LogQueue, DropsOldestAndCountsOverflow) {
+    srl_config_reset();
+    for (int i = 0; i < 70; ++i) srl_set_robot_motion_state_1(7, 1, 0, 0);  // unknown id: logged
+    char line[256];
+    srl_get_log(line);
+    EXPECT_STREQ(line, "srl: 6 diagnostic lines dropped (queue full)");
+    int lines = 0;
+    for (;; ++lines) {
+        srl_get_log(line);
+        if (line[0] == '\0') break;
+        EXPECT_NE(std::string(line).find("dropped (command already final)"), std::string::npos);
+    }
+    EXPECT_EQ(lines, 64);
+}
+
+}  // namespace
+}  // namespace srltest
