@@ -1,0 +1,210 @@
+// The whole chain as separate processes, as an integrator runs it: pnio-sim owns the process
+// image and bridges TCP, srci_server cycles against it with its simulated arm, and the srci-plc
+// command line is the PLC. Results are checked against the arm's own control channel.
+#include <arpa/inet.h>
+#include <gtest/gtest.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <cmath>
+#include <fstream>
+#include <map>
+#include <memory>
+#include <regex>
+#include <sstream>
+
+#include "child_process.h"
+#include "process_image.h"
+
+using namespace srci_test;
+
+namespace {
+
+const std::string kServer = SRCI_SERVER_BIN;
+const std::string kPnio = PNIO_SIM_BIN;
+const std::string kPlc = SRCI_PLC_BIN;
+
+struct PlcRun {
+    int code = -1;
+    std::string output;
+};
+
+// Numbers of one command's JSON line, e.g. {"command":"read-position",...,"data":{"j1":0.0,...}}.
+std::map<std::string, double> numbers(const std::string& jsonLine) {
+    std::map<std::string, double> values;
+    static const std::regex pair(R"re("([a-z0-9_]+)":(-?[0-9.eE+-]+))re");
+    for (std::sregex_iterator it(jsonLine.begin(), jsonLine.end(), pair), end; it != end; ++it)
+        values[(*it)[1]] = std::stod((*it)[2]);
+    return values;
+}
+
+std::vector<std::map<std::string, double>> commandResults(const std::string& output, const std::string& command) {
+    std::vector<std::map<std::string, double>> results;
+    std::istringstream lines(output);
+    for (std::string line; std::getline(lines, line);)
+        if (line.find("\"command\":\"" + command + "\"") != std::string::npos) results.push_back(numbers(line));
+    return results;
+}
+
+std::vector<double> values(const std::string& answer) {
+    std::vector<double> v;
+    std::istringstream in(answer.substr(answer.find(' ') + 1));
+    for (double x; in >> x;) v.push_back(x);
+    return v;
+}
+
+class DemoChain : public ::testing::Test {
+protected:
+    void SetUp() override {
+        ProcessImage::removeStale();
+        pnio = std::make_unique<ChildProcess>(kPnio, std::vector<std::string>{"--port", "0", "--no-status"}, dir.path(),
+                                              dir.file("pnio.out"));
+        const std::regex listening(R"(listening on [0-9.]+:([0-9]+))");
+        std::smatch m;
+        ASSERT_TRUE(eventually(
+            [&] {
+                const std::string out = readFile(dir.file("pnio.out"));
+                if (!std::regex_search(out, m, listening)) return false;
+                port = m[1];
+                return true;
+            },
+            10000))
+            << readFile(dir.file("pnio.out"));
+        startServer();
+    }
+
+    void startServer() {
+        server = std::make_unique<ChildProcess>(kServer, std::vector<std::string>{}, dir.path(), dir.file("server.out"));
+        ASSERT_TRUE(eventually([&] { return plc({"status"}).code == 0; }, 40000)) << readFile(dir.file("server.out"));
+    }
+
+    PlcRun plc(std::vector<std::string> args) {
+        args.insert(args.begin(), {"--port", port});
+        ChildProcess client(kPlc, args, dir.path(), dir.file("plc.out"));
+        PlcRun run;
+        if (client.waitExit(120000)) run.code = client.exitCode();
+        run.output = readFile(dir.file("plc.out"));
+        return run;
+    }
+
+    PlcRun script(const std::string& text) {
+        std::ofstream(dir.file("script.srci")) << text;
+        return plc({"--json", "run", dir.file("script.srci")});
+    }
+
+    std::string arm(const std::string& request) {
+        int fd = socket(AF_UNIX, SOCK_STREAM, 0);
+        sockaddr_un addr{};
+        addr.sun_family = AF_UNIX;
+        std::snprintf(addr.sun_path, sizeof addr.sun_path, "%s", dir.file("srciport.sock").c_str());
+        std::string answer;
+        if (connect(fd, reinterpret_cast<sockaddr*>(&addr), sizeof addr) == 0) {
+            const std::string line = request + "\n";
+            if (write(fd, line.data(), line.size()) == static_cast<ssize_t>(line.size()))
+                for (char c; read(fd, &c, 1) == 1 && c != '\n';) answer += c;
+        }
+        close(fd);
+        return answer;
+    }
+
+    TempDir dir;
+    std::string port;
+    std::unique_ptr<ChildProcess> pnio;
+    std::unique_ptr<ChildProcess> server;
+};
+
+TEST_F(DemoChain, TheDemoTourReachesEveryTarget) {
+    const PlcRun run = script(R"(reset
+enable
+write-tool 1 0 0 100 0 0 0
+move-axes 0 10 10 0 70 0 vel=40 acc=40 tool=1
+read-position
+move-linear 580 -60 546.24 180 0 0 tool=1 frame=0 vel=40 acc=40 blending=4 blend0=5 --no-wait
+move-linear 660 -60 546.24 180 0 0 tool=1 frame=0 vel=40 acc=40 blending=4 blend0=5 --no-wait
+move-linear 660 60 546.24 180 0 0 tool=1 frame=0 vel=40 acc=40 blending=4 blend0=5 --no-wait
+move-linear 580 60 546.24 180 0 0 tool=1 frame=0 vel=40 acc=40 --no-wait
+wait-done
+read-position
+jog joint j1+ rot=5
+read-position
+move-axes 20 10 10 0 70 0 vel=20 tool=1 --no-wait
+sleep 300
+pause
+sleep 300
+continue
+wait-done
+read-position
+)");
+    ASSERT_EQ(run.code, 0) << run.output;
+    const auto positions = commandResults(run.output, "read-position");
+    ASSERT_EQ(positions.size(), 4u) << run.output;
+    EXPECT_NEAR(positions[0].at("j2"), 10, 0.01);
+    EXPECT_NEAR(positions[0].at("j5"), 70, 0.01);
+    EXPECT_NEAR(positions[1].at("x"), 580, 0.05) << "the square ends at its last corner";
+    EXPECT_NEAR(positions[1].at("y"), 60, 0.05);
+    EXPECT_NEAR(positions[1].at("z"), 546.24, 0.05);
+    EXPECT_NEAR(positions[2].at("j1"), positions[1].at("j1") + 5, 0.01) << "the jog moved joint 1 by 5 degrees";
+    EXPECT_NEAR(positions[3].at("j1"), 20, 0.01) << "the paused move reached its target after continue";
+    const auto joints = values(arm("joints"));
+    ASSERT_EQ(joints.size(), 6u);
+    EXPECT_NEAR(joints[0], 20, 0.01);
+    EXPECT_NE(arm("flags").find("moving=0"), std::string::npos);
+
+    ASSERT_EQ(script("move-axes 0 10 10 0 70 0 vel=10 --no-wait\nsleep 400\nstop\ndisable\n").code, 0);
+    EXPECT_TRUE(eventually([&] { return arm("flags").find("enabled=0") != std::string::npos; }, 10000));
+    EXPECT_GT(values(arm("joints"))[0], 1.0) << "the stopped move did not reach its target";
+}
+
+TEST_F(DemoChain, APlcThatDisappearsMidMoveStopsTheRobotAndANewOneCarriesOn) {
+    ASSERT_EQ(script("reset\nenable\nmove-axes 90 10 10 0 70 0 vel=5 --no-wait\nsleep 500\n").code, 0);
+    // The client is gone: pnio-sim clears the PLC image and the lifesign stands still.
+    EXPECT_TRUE(eventually([&] { return arm("flags").find("moving=0") != std::string::npos; }, 5000));
+    EXPECT_LT(values(arm("joints"))[0], 80) << "stopped well before the target";
+    EXPECT_TRUE(server->running());
+
+    const PlcRun again = script("reset\nenable\nmove-axes 0 0 0 0 90 0 vel=50\nread-position\n");
+    ASSERT_EQ(again.code, 0) << again.output;
+    EXPECT_NEAR(values(arm("joints"))[4], 90, 0.01);
+}
+
+TEST_F(DemoChain, MalformedTelegramsDoNotDisturbTheAdapter) {
+    const auto rawClient = [&](size_t bytes, int telegrams) {
+        int fd = socket(AF_INET, SOCK_STREAM, 0);
+        sockaddr_in addr{};
+        addr.sin_family = AF_INET;
+        addr.sin_port = htons(static_cast<uint16_t>(std::stoi(port)));
+        addr.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        if (connect(fd, reinterpret_cast<sockaddr*>(&addr), sizeof addr) == 0) {
+            std::vector<uint8_t> junk(bytes);
+            for (int t = 0; t < telegrams; ++t) {
+                for (auto& b : junk) b = static_cast<uint8_t>(rand());
+                if (write(fd, junk.data(), junk.size()) < 0) break;
+                uint8_t answer[256];
+                if (bytes == 256 && read(fd, answer, sizeof answer) <= 0) break;
+            }
+        }
+        close(fd);
+    };
+    rawClient(100, 1);    // a partial telegram, then gone
+    rawClient(256, 200);  // whole telegrams of garbage
+    rawClient(3000, 1);   // more than a telegram at once
+    EXPECT_TRUE(server->running());
+    EXPECT_TRUE(pnio->running());
+    const PlcRun good = plc({"status"});
+    EXPECT_EQ(good.code, 0) << good.output;
+}
+
+TEST_F(DemoChain, ARestartedAdapterKeepsItsSrciIni) {
+    ASSERT_EQ(script("write-tool 2 1 2 123 0 0 45\nwrite-load 3 4.5 0 0 20\n").code, 0);
+    server->kill();
+    startServer();
+    const PlcRun read = script("read-tool 2\nread-load 3\n");
+    ASSERT_EQ(read.code, 0) << read.output;
+    EXPECT_NEAR(commandResults(read.output, "read-tool").at(0).at("z"), 123, 1e-4);
+    EXPECT_NEAR(commandResults(read.output, "read-tool").at(0).at("rz"), 45, 1e-4);
+    EXPECT_NEAR(commandResults(read.output, "read-load").at(0).at("mass"), 4.5, 1e-4);
+}
+
+}  // namespace
