@@ -117,6 +117,7 @@ void run_cycle(const uint8_t* recv, uint8_t* send) {
     x.now_ms = now_ms();
     ++x.cycle;
     bool ack_new = false;
+    const auto stateBefore = x.tsm.state;
 
     // Header and footer lifesign differ: a torn telegram, not acted on.
     if ((recv[1] & 0x0F) != (recv[x.cfg.length_plc_to_rob - 1] & 0x0F)) {
@@ -129,6 +130,9 @@ void run_cycle(const uint8_t* recv, uint8_t* send) {
         x.tsm.state = tstate::LifesignLost;
         on_transition(x, Transition::Lost, recv);
     }
+    // Every change of the interface state is worth a line: 165 is the PLC's lifesign lost.
+    if (x.tsm.state != stateBefore)
+        logf("srl: telegram state %u -> %u", static_cast<unsigned>(stateBefore), static_cast<unsigned>(x.tsm.state));
     if (x.tsm.state == tstate::Initialized) {
         commands_tick();
         messages_tick(x.msgs, x.now_ms, x.cfg.message_ack_timeout_ms);
