@@ -5,7 +5,7 @@ set -euo pipefail
 
 root=$(cd "$(dirname "$0")/../.." && pwd)
 build=$(cd "${1:-$root/build}" && pwd)
-port=${SRCI_DEMO_PORT:-5000}
+port=${SRCI_DEMO_PORT:-0}  # 0: pnio-sim picks a free port and says which one
 work=$(mktemp -d /tmp/srci-demo-XXXXXX)
 pnio=$build/tools/pnio_sim/pnio-sim
 server=$build/srci/srci_server
@@ -23,10 +23,13 @@ stop_all() {
 trap stop_all EXIT
 
 echo "== working directory: $work"
-echo "== starting pnio-sim on 127.0.0.1:$port"
+echo "== starting pnio-sim"
 (cd "$work" && exec "$pnio" --port "$port" >"$work/pnio-sim.log" 2>&1) &
 pids+=($!)
-for _ in $(seq 50); do grep -q "listening\|waiting\|connected\|clients" "$work/pnio-sim.log" 2>/dev/null && break; sleep 0.1; done
+for _ in $(seq 100); do grep -q "listening on" "$work/pnio-sim.log" 2>/dev/null && break; sleep 0.1; done
+port=$(sed -n 's/.*listening on [0-9.]*:\([0-9]*\).*/\1/p' "$work/pnio-sim.log" | head -1)
+[ -n "$port" ] || { echo "pnio-sim did not start:" >&2; cat "$work/pnio-sim.log" >&2; exit 1; }
+echo "   pnio-sim listens on 127.0.0.1:$port"
 
 echo "== starting srci_server (attaches the process image, powers the arm)"
 (cd "$work" && exec "$server" >"$work/srci_server.out" 2>&1) &
