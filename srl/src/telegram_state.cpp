@@ -1,5 +1,7 @@
 #include "telegram_state.h"
 
+#include <algorithm>
+
 #include "wire_codec.h"
 
 namespace srl {
@@ -52,6 +54,8 @@ uint8_t validate_initialize(const uint8_t* tel, const srl_config& cfg) {
     return tstate::Initialized;
 }
 
+constexpr int kHeaderLength = 18;
+
 Transition telegram_state_step(TelegramStateMachine& m, const uint8_t* tel, const srl_config& cfg) {
     const uint8_t ctl = tel[6] & 0x0F;
     const bool in_error = m.state >= 161 && m.state <= 173;
@@ -87,6 +91,9 @@ Transition telegram_state_step(TelegramStateMachine& m, const uint8_t* tel, cons
                 m.state = tstate::ControlMismatch;
                 return Transition::Lost;
         }
+        // An all-zero header is no PLC at all (link down, I/O manager without a client), not a
+        // client with a wrong header: lifesign supervision reports that as 165.
+        if (std::all_of(tel, tel + kHeaderLength, [](uint8_t b) { return b == 0; })) return Transition::None;
         uint8_t error = 0;
         if ((tel[0] >> 5) != 1) error = tstate::VersionMismatch;
         else if (!lengths_ok(tel, cfg)) error = tstate::LengthMismatch;

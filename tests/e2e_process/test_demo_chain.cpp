@@ -4,6 +4,7 @@
 #include <arpa/inet.h>
 #include <gtest/gtest.h>
 #include <netinet/in.h>
+#include <sys/shm.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
@@ -163,6 +164,14 @@ TEST_F(DemoChain, APlcThatDisappearsMidMoveStopsTheRobotAndANewOneCarriesOn) {
     EXPECT_TRUE(eventually([&] { return arm("flags").find("moving=0") != std::string::npos; }, 5000));
     EXPECT_LT(values(arm("joints"))[0], 80) << "stopped well before the target";
     EXPECT_TRUE(server->running());
+    // The adapter tells the PLC side why: TelegramState 165, lifesign lost, in its answer.
+    const int shm = shmget(ProcessImage::kShmKey, 0, 0);
+    ASSERT_GE(shm, 0);
+    void* mapped = shmat(shm, nullptr, SHM_RDONLY);
+    ASSERT_NE(mapped, reinterpret_cast<void*>(-1));
+    const auto* robotToPlc = static_cast<const uint8_t*>(mapped) + ProcessImage::kRobotToPlc;
+    EXPECT_TRUE(eventually([&] { return robotToPlc[3] == 165; }, 5000)) << int(robotToPlc[3]);
+    shmdt(mapped);
 
     const PlcRun again = script("reset\nenable\nmove-axes 0 0 0 0 90 0 vel=50\nread-position\n");
     ASSERT_EQ(again.code, 0) << again.output;

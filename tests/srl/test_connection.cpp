@@ -117,6 +117,17 @@ TEST_F(Connection, ConstantZeroLifesignTimesOutWithTheClientsTimeout) {
     EXPECT_LT(g_now_ms - since, 70u);
 }
 
+// What the I/O manager shows without a PLC: no header to judge, only a lifesign that stands still.
+TEST_F(Connection, AnAllZeroImageIsNoPlcAndEndsInLifesignLoss) {
+    plc.connect();
+    Reply r = plc.send_raw(Tel{});
+    EXPECT_EQ(r.state(), 255);
+    const uint64_t since = g_now_ms;
+    while (r.state() == 255 && g_now_ms - since < 3000) r = plc.send_raw(Tel{});
+    EXPECT_EQ(r.state(), 165);
+    EXPECT_GE(g_now_ms - since, 1000u - 8u) << "the configured 1000 ms lifesign timeout";
+}
+
 TEST_F(Connection, TornTelegramIsIgnored) {
     plc.connect();
     plc.life = static_cast<uint8_t>(plc.life % 15 + 1);
