@@ -66,7 +66,7 @@ bench: build
 	@echo "figures written to $(BUILD)/bench-results/"
 
 demo: build
-	@if [ -x tools/demo.sh ]; then tools/demo.sh $(BUILD); else $(BUILD)/tools/log_demo; fi
+	tools/demo/run_demo.sh $(BUILD)
 
 clean:
 	rm -rf $(BUILD) $(ASAN_DIR) $(TSAN_DIR) $(FUZZ_DIR)
