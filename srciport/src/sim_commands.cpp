@@ -183,18 +183,16 @@ int SimArm::jogStop(int, int) {
 
 // ---- tables and settings -------------------------------------------------------------------
 
-int SimArm::setToolOffset(const double pose[6], int id) {
-    if (!pose || id < 1 || id >= SRCIPORT_TOOL_NUM || !finite(pose, 6)) return kErrBadArgument;
-    std::lock_guard<std::mutex> lock(impl_->mu);
-    std::memcpy(impl_->tools[id], pose, 6 * sizeof(double));
-    impl_->publishLocked();
-    return 0;
-}
+int SimArm::setToolOffset(const double pose[6], int id) { return storeTableEntry(pose, id, true); }
 
-int SimArm::setUserFrame(const double pose[6], int id) {
-    if (!pose || id < 1 || id >= SRCIPORT_FRAME_NUM || !finite(pose, 6)) return kErrBadArgument;
+int SimArm::setUserFrame(const double pose[6], int id) { return storeTableEntry(pose, id, false); }
+
+// Tool offsets and user frames are stored alike; number 0 (flange, world) is not writable.
+int SimArm::storeTableEntry(const double pose[6], int id, bool tool) {
+    const int count = tool ? SRCIPORT_TOOL_NUM : SRCIPORT_FRAME_NUM;
+    if (!pose || id < 1 || id >= count || !finite(pose, 6)) return kErrBadArgument;
     std::lock_guard<std::mutex> lock(impl_->mu);
-    std::memcpy(impl_->frames[id], pose, 6 * sizeof(double));
+    std::memcpy(tool ? impl_->tools[id] : impl_->frames[id], pose, 6 * sizeof(double));
     impl_->publishLocked();
     return 0;
 }

@@ -96,6 +96,7 @@ public:
     SimArm& operator=(const SimArm&) = delete;
 
 private:
+    int storeTableEntry(const double pose[6], int id, bool tool);
     SimArm();
     ~SimArm();
     struct Impl;
