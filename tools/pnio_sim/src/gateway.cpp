@@ -103,7 +103,9 @@ void Gateway::accept_client() {
     image_.set_connection_state(true);
     char ip[INET_ADDRSTRLEN] = "?";
     inet_ntop(AF_INET, &peer.sin_addr, ip, sizeof ip);
-    log_("PLC client connected from " + std::string(ip) + ":" + std::to_string(ntohs(peer.sin_port)));
+    const std::string who = "PLC client connected from " + std::string(ip) + ":" + std::to_string(ntohs(peer.sin_port));
+    log_(who);
+    for (TelegramTap* tap : taps_) tap->on_connection(true, who, std::chrono::system_clock::now());
 }
 
 void Gateway::read_client() {
@@ -117,6 +119,7 @@ void Gateway::read_client() {
     filled_ += static_cast<size_t>(n);
     if (filled_ < kTelegramSize) return;
     filled_ = 0;
+    const auto received = std::chrono::system_clock::now();
     uint8_t answer[kTelegramSize];
     if (!image_.exchange(buffer_, answer)) {
         drop_client(errno_text("semaphore"));
@@ -124,6 +127,10 @@ void Gateway::read_client() {
     }
     stats_.plc_lifesign = buffer_[1] & 0x0F;
     stats_.robot_lifesign = answer[1] >> 4;
+    if (!taps_.empty()) {
+        const TapExchange exchange{buffer_, answer, received, std::chrono::system_clock::now()};
+        for (TelegramTap* tap : taps_) tap->on_exchange(exchange);
+    }
     if (!send_all(client_fd_, answer, kTelegramSize)) {
         drop_client(errno_text("send"));
         return;
@@ -137,6 +144,7 @@ void Gateway::drop_client(const std::string& why) {
     image_.clear_plc_output();
     image_.set_connection_state(false);
     log_("PLC client dropped: " + why);
+    for (TelegramTap* tap : taps_) tap->on_connection(false, why, std::chrono::system_clock::now());
     ::close(client_fd_);
     client_fd_ = -1;
     filled_ = 0;

@@ -7,8 +7,10 @@
 #include <cstdint>
 #include <functional>
 #include <string>
+#include <vector>
 
 #include "pnio_sim/process_image.hpp"
+#include "pnio_sim/telegram_tap.hpp"
 
 namespace pnio_sim {
 
@@ -36,6 +38,9 @@ public:
     uint16_t port() const { return port_; }
     uint32_t address() const { return address_; }  // host byte order
 
+    // Taps see every exchange and connection change from then on; the gateway does not own them.
+    void add_tap(TelegramTap* tap) { taps_.push_back(tap); }
+
     // Serves until stop becomes non-zero; tick is called about once a second.
     void run(const volatile std::sig_atomic_t& stop, const Tick& tick);
 
@@ -54,6 +59,7 @@ private:
     size_t filled_ = 0;
     std::chrono::steady_clock::time_point partial_since_;
     GatewayStats stats_;
+    std::vector<TelegramTap*> taps_;
 };
 
 }  // namespace pnio_sim
