@@ -17,7 +17,7 @@ constexpr uint32_t kStoppedAfterCycles = 39;
 constexpr uint32_t kCountCeiling = 9999;
 }  // namespace
 
-void prepareRecvData(srci::CommuItf& commu) {
+void prepareRecvData(PlcLink& plc) {
     static bool profinet_running_reported = false;
     static uint32_t profinet_fail_count = 0;
     std::memset(recvBuff, 0, sizeof recvBuff);
@@ -27,7 +27,7 @@ void prepareRecvData(srci::CommuItf& commu) {
             profinet_running_reported = true;
             SRCI_LOG(zlog::ZLogLvError, "profinet running...");
         }
-        commu.recvFromPlc(recvBuff, sizeof recvBuff);
+        plc.recvFromPlc(recvBuff, sizeof recvBuff);
         return;
     }
     if (++profinet_fail_count > kCountCeiling) profinet_fail_count = kStoppedAfterCycles + 1;

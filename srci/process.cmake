@@ -14,7 +14,8 @@ if(TARGET srci_motion AND TARGET srl)
     ${CMAKE_CURRENT_LIST_DIR}/srl/handlers_limits.cpp
     ${CMAKE_CURRENT_LIST_DIR}/cycle_receive.cpp
     ${CMAKE_CURRENT_LIST_DIR}/cycle_sync.cpp
-    ${CMAKE_CURRENT_LIST_DIR}/edk_log_relay.cpp)
+    ${CMAKE_CURRENT_LIST_DIR}/edk_log_relay.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/runtime.cpp)
   target_include_directories(srci_handlers PUBLIC ${CMAKE_CURRENT_LIST_DIR})
   target_link_libraries(srci_handlers PUBLIC srci_motion srci_commu srl)
   srci_warnings(srci_handlers)

@@ -1,8 +1,10 @@
-// The adapter process's runtime core: PLC receive preparation, controller-state
-// synchronisation into the interpreter, the interpreter's log relay and stage timing.
+// The adapter process's runtime core: start-up and the cycle, PLC receive preparation,
+// controller-state synchronisation into the interpreter, the interpreter's log relay and stage
+// timing.
 #pragma once
 
 #include <chrono>
+#include <cstddef>
 #include <cstdint>
 
 #include "itf_commu/commuitf.h"
@@ -13,8 +15,41 @@ inline constexpr uint8_t srci_communication_loop_time_ms = 4;
 extern unsigned char recvBuff[srci::SRCI_COMMUDATA_SIZE];
 extern unsigned char sendBuff[srci::SRCI_COMMUDATA_SIZE];
 
+// Where a cycle's telegrams come from and go to: the shared-memory process image in the
+// process, an in-memory image in the in-process tests.
+class PlcLink {
+public:
+    virtual ~PlcLink() = default;
+    virtual int recvFromPlc(uint8_t* buf, size_t len) = 0;
+    virtual int sendToPlc(const uint8_t* buf, size_t len) = 0;
+};
+
+class CommuPlcLink final : public PlcLink {
+public:
+    explicit CommuPlcLink(srci::CommuItf& commu) : commu_(commu) {}
+    int recvFromPlc(uint8_t* buf, size_t len) override { return commu_.recvFromPlc(buf, len); }
+    int sendToPlc(const uint8_t* buf, size_t len) override { return commu_.sendToPlc(buf, len); }
+
+private:
+    srci::CommuItf& commu_;
+};
+
+// Everything after the process image is attached and before the first cycle: zeroed telegram
+// buffers, a powered robot with kinematics, the handlers registered with the interpreter.
+// Integer codes from the controller are logged and rethrown.
+void startUp();
+
+// What one cycle remembers for the next.
+struct CycleState {
+    bool lastAppConnected = false;
+};
+
+// One cycle without its leading sleep: application hand-over, PLC telegram in, controller state
+// into the interpreter, the interpreter, stage timing, answer out.
+void runCycle(PlcLink& plc, CycleState& state);
+
 // PLC receive preparation and lifesign supervision.
-void prepareRecvData(srci::CommuItf& commu);
+void prepareRecvData(PlcLink& plc);
 void checkDataTemp();
 
 // Controller-state synchronisation.

@@ -1,8 +1,10 @@
-// The adapter's cycle run in the test's own process: each PLC telegram from the client goes
-// through the controller-state update and the interpreter, and the simulated arm advances by one
-// 4 ms cycle. Deterministic and fast; the shared-memory link is covered by the process tests.
+// The adapter's own start-up and cycle run in the test's own process: each PLC telegram from the
+// client goes through an in-memory process image into the same runCycle as srci_server's, and
+// the simulated arm advances by one 4 ms cycle. Deterministic and fast; the shared-memory link
+// is covered by the process tests.
 #pragma once
 
+#include <algorithm>
 #include <cstring>
 #include <vector>
 
@@ -10,8 +12,6 @@
 #include "runtime.h"
 #include "srci_plc/client.hpp"
 #include "srciport/sim_arm.h"
-#include "srl/srl_api.h"
-#include "srl/srl_define_function.h"
 
 namespace srci_test {
 
@@ -19,30 +19,45 @@ class InProcessAdapter : public srci_plc::Transport {
 public:
     static constexpr double kCycleSeconds = 0.004;
 
-    // What main() does before its first cycle, with the arm stepped by the adapter's waits.
+    // srci_server's start-up after attaching the process image, with the arm stepped by the
+    // adapter's waits instead of its own thread.
     static void startUp() {
         auto& arm = srciport::SimArm::instance();
         arm.stopThread();
         arm.setManual(true);
         srci::setRcItfSleep([](int ms) { srciport::SimArm::instance().step(ms / 1000.0); });
-        srci::RcItf::get(true)->robotPower(true);
-        srci::RcItf::get(true)->robotKineInit();
-        srl_data_function_init();
-        const unsigned char behaviours[2] = {0x11, 0x01};
-        srl_set_return_to_primary_behaviors(behaviours, 1, 2);
+        ::startUp();
     }
 
     void exchange(const std::vector<uint8_t>& tx, std::vector<uint8_t>& rx) override {
-        std::memset(recvBuff, 0, sizeof recvBuff);
-        std::memcpy(recvBuff, tx.data(), std::min<size_t>(tx.size(), sizeof recvBuff));
-        on_update_robot_control_data();
-        srl_interpreter(recvBuff, sendBuff);
+        image_.plcToRobot.assign(tx.begin(), tx.begin() + std::min(tx.size(), kTelegram));
+        image_.plcToRobot.resize(kTelegram, 0);
+        runCycle(image_, state_);
         srciport::SimArm::instance().step(kCycleSeconds);
-        rx.assign(sendBuff, sendBuff + sizeof sendBuff);
+        rx = image_.robotToPlc;
         ++cycles;
     }
 
     long cycles = 0;
+
+private:
+    static constexpr size_t kTelegram = srci::SRCI_COMMUDATA_SIZE;
+
+    // The two telegram areas of the process image, without the I/O manager.
+    struct MemoryImage final : PlcLink {
+        std::vector<uint8_t> plcToRobot = std::vector<uint8_t>(kTelegram, 0);
+        std::vector<uint8_t> robotToPlc = std::vector<uint8_t>(kTelegram, 0);
+        int recvFromPlc(uint8_t* buf, size_t len) override { return copy(plcToRobot.data(), buf, len); }
+        int sendToPlc(const uint8_t* buf, size_t len) override { return copy(buf, robotToPlc.data(), len); }
+        static int copy(const uint8_t* from, uint8_t* to, size_t len) {
+            const size_t n = std::min(len, kTelegram);
+            std::memcpy(to, from, n);
+            return static_cast<int>(n);
+        }
+    };
+
+    MemoryImage image_;
+    CycleState state_;
 };
 
 }  // namespace srci_test

@@ -272,6 +272,26 @@ TEST_F(EndToEnd, AControllerErrorFailsTheMoveAndGroupResetAcknowledgesIt) {
     EXPECT_EQ(type, 0) << "the reset also cleared the controller's protective state";
 }
 
+TEST_F(EndToEnd, AnOperatorApplicationStopsTheMoveAndFreezesThePlcImageUntilItLeaves) {
+    const double start = arm().act_jpos[0];
+    const uint16_t id = client->submit(command("move-axes"),
+                                       {{"j1", start + 40}, {"j2", -20}, {"j3", 80}, {"j4", 0}, {"j5", 60}, {"j6", 0}, {"vel", 10}});
+    cycles(50);
+    ASSERT_NE(arm().ra_is_moving, 0);
+    SimArm::instance().setAppConnected(true);
+    std::vector<uint8_t> before, rx;
+    transport->exchange(std::vector<uint8_t>(256, 0), before);
+    for (int i = 0; i < 20; ++i) {
+        transport->exchange(std::vector<uint8_t>(256, 0xAA), rx);
+        ASSERT_EQ(rx, before) << "the PLC image is left alone while an application holds the robot";
+    }
+    SimArm::instance().setAppConnected(false);
+    const auto failed = client->wait(id, WaitFor::Final, 30000);
+    EXPECT_EQ(failed.header.state, kError) << "the move was stopped when the application connected";
+    cycles(100);
+    EXPECT_EQ(arm().ra_is_moving, 0);
+}
+
 TEST_F(EndToEnd, DisableEndsTheEnableCommand) {
     client->update(enableId, {{"enable", 0}});
     const auto disabled = client->wait(enableId, WaitFor::Final, 60000);
