@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <map>
 #include <variant>
 
 #include "inprocess_adapter.h"
@@ -57,7 +58,20 @@ protected:
     }
 
     static CommandResult run(const char* name, const ParamValues& values = {}) {
+        collect();
         return client->execute(command(name), values, WaitFor::Final, 60000);
+    }
+    // Final answers that arrived while the test waited for something else, by CmdID.
+    static void collect() {
+        for (auto& r : client->take_completed()) finished[r.cmd_id] = r;
+    }
+    static CommandResult finalOf(uint16_t id) {
+        collect();
+        const auto it = finished.find(id);
+        if (it == finished.end()) return client->wait(id, WaitFor::Final, 60000);
+        const CommandResult r = it->second;
+        finished.erase(it);
+        return r;
     }
     static int until(uint16_t id, uint8_t state) {
         return client
@@ -73,8 +87,10 @@ protected:
 
     static InProcessAdapter* transport;
     static srci_plc::Client* client;
+    static std::map<uint16_t, CommandResult> finished;
 };
 
+std::map<uint16_t, CommandResult> SafetyWire::finished;
 InProcessAdapter* SafetyWire::transport = nullptr;
 srci_plc::Client* SafetyWire::client = nullptr;
 
@@ -88,6 +104,56 @@ TEST_F(SafetyWire, AMoveThatFailsInTheControllerIsAnErrorThePlcCannotMiss) {
     EXPECT_EQ(failed.header.code, 0x6C03);
     EXPECT_EQ(failed.header.severity, 28);
     reset();
+}
+
+// A command the PLC sees as final never moves again: an aborting execution mode is refused where
+// the adapter would not stop the group, and made real where it would, even when the aborting
+// command itself fails its parameter checks. Each case with the move running and paused.
+TEST_F(SafetyWire, AbortingExecutionModesNeverLeaveAFinalMoveRunning) {
+    const struct {
+        const char* what;
+        bool paused;
+        bool aborting_move;  // else a ReadToolData with ExecMode 1
+    } cases[] = {
+        {"read, running move", false, false},
+        {"read, paused move", true, false},
+        {"failing aborting move, running move", false, true},
+        {"failing aborting move, paused move", true, true},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.what);
+        ASSERT_EQ(run("move-axes", axes(0)).header.state, kDone);
+        const double target = 40;
+        const uint16_t id = client->submit(command("move-axes"), axes(target, 5));
+        cycles(60);
+        ASSERT_NE(arm().ra_is_moving, 0);
+        if (c.paused) {
+            client->submit(command("pause"), {});
+            ASSERT_EQ(until(id, kInterrupted), kInterrupted);
+            cycles(50);
+        }
+        ParamValues blend3 = axes(0, 5);
+        blend3["blending"] = 3;  // not supported: the handler fails before its checks
+        blend3["exec_mode"] = 1;
+        const auto answer = c.aborting_move ? run("move-axes", blend3)
+                                            : run("read-tool", {{"tool", 1}, {"exec_mode", 1}});
+        EXPECT_EQ(answer.header.state, kError);
+        EXPECT_EQ(answer.header.severity, 28);
+        EXPECT_EQ(answer.header.code, c.aborting_move ? 36357 : 0x8F10);
+        cycles(150);  // longer than the interpreter waits before it ends dropped commands itself
+        if (c.paused) {
+            ASSERT_TRUE(run("continue").ok());
+        }
+        const auto final = finalOf(id);
+        EXPECT_EQ(final.header.state, c.aborting_move ? kAborted : kDone);
+        cycles(300);
+        EXPECT_EQ(arm().ra_is_moving, 0);
+        if (c.aborting_move) {
+            EXPECT_LT(arm().act_jpos[0], target - 1) << "the aborted move ran on";
+        } else {
+            EXPECT_NEAR(arm().act_jpos[0], target, 0.01);
+        }
+    }
 }
 
 }  // namespace

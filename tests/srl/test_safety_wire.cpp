@@ -43,5 +43,33 @@ TEST_F(SafetyWire, EveryErrorAnswerCarriesSeverity28AndACode) {
     EXPECT_EQ(r.find(id)->severity(), 28);
 }
 
+// Aborting modes only where the adapter's handler stops the group; elsewhere they are refused
+// without calling the handler and without touching the queued move.
+TEST_F(SafetyWire, AbortingModesOnlyWhereTheHandlerAborts) {
+    const struct { uint16_t type; uint8_t exec; const char* handler; bool accepted; } cases[] = {
+        {5107, 1, "read_tool", false},  {5107, 8, "read_tool", false},
+        {1001, 1, "group_reset", false}, {2001, 8, "group_continue", false},
+        {5205, 1, "write_tool", true},  {5200, 8, "write_frame", true},
+        {5201, 1, "write_load", true},  {2103, 1, "move_linear", true},
+    };
+    for (const auto& c : cases) {
+        reset_interpreter();
+        plc.connect();
+        plc.cycle({command(3, move_axes())});
+        Bytes body(c.type == 2103 ? 88 : 60, 0);
+        body[0] = 1;
+        const Reply r = plc.cycle({command(4, payload(c.type, body, c.exec))});
+        EXPECT_EQ(fakes().count(c.handler), c.accepted ? 1 : 0) << c.type;
+        if (!c.accepted) {
+            ASSERT_NE(r.find(4), nullptr) << c.type;
+            EXPECT_EQ(r.find(4)->state(), 15) << c.type;
+            EXPECT_EQ(r.find(4)->code(), 0x8F10) << c.type;
+        }
+        // Only an accepted aborting command ends the queued move (Aborted, 0x6C06).
+        const auto move = wait_for(plc, 3, 14);
+        EXPECT_EQ(move.has_value(), c.accepted) << c.type;
+    }
+}
+
 }  // namespace
 }  // namespace srltest
