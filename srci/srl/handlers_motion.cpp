@@ -47,13 +47,25 @@ void fillCartesian(MoveCmdParam& param, const Cmd& cmd) {
     param.turnMode = cmd.TurnMode;
 }
 
-// The failed command keeps its place in the queue and is reported in queue order.
+// Set once the command's execution mode has been applied to the group.
+bool abortingModeApplied = false;
+
+void applyAbortingMode(unsigned int executionMode) {
+    helper.checkAbortingMode(executionMode);
+    abortingModeApplied = true;
+}
+
+// The failed command keeps its place in the queue and is reported in queue order. An aborting
+// command aborts the others even when its own parameters fail before the checks: the PLC is told
+// the others are aborted, so they must never run on.
 template <class Cmd>
 void queueMove(MoveCmdParam p, const Cmd& cmd, void (*fillAndCheck)(MoveCmdParam&, const Cmd&)) {
+    abortingModeApplied = false;
     try {
         fillAndCheck(p, cmd);
         motionManagerTemp.pushCmd(moveRecord(p, LRob_typeServerMotionStateMin, 0));
     } catch (int code) {
+        if (!abortingModeApplied) helper.checkAbortingMode(cmd.Header.Reserved_ExecutionMode);
         motionManagerTemp.pushCmd(moveRecord(p, LRob_typeServerMotionStateError, code));
         EDK_Helper::logMotionErr(p, code);
     }
@@ -64,7 +76,7 @@ void axesFillAndCheck(MoveCmdParam& p, const LRob_typeServerCmdMoveAxesAbs& cmd)
     p.generalParam.acc = helper.calAxesAcc(cmd.DynamicParameter.AccelerationRate);
     p.generalParam.tol = helper.calTolerance(cmd.BlendingMode, cmd.BlendingParameter[0]);
     SRCI_LOG(zlog::ZLogLvInfo, handler::text(p.str(), ", override: ", RcItf::get(true)->GetSpeedRatio()));
-    helper.checkAbortingMode(cmd.Header.Reserved_ExecutionMode);
+    applyAbortingMode(cmd.Header.Reserved_ExecutionMode);
     helper.checkMotionCmdTime(cmd.Time);
     helper.checkMotionCmdDecJerk(cmd.DynamicParameter.DecelerationRate, cmd.DynamicParameter.JerkRate);
     helper.checkManipuation(cmd.Manipulation & 1);
@@ -79,7 +91,7 @@ void linearFillAndCheck(MoveCmdParam& p, const LRob_typeServerCmdMoveLinAbs& cmd
              handler::text(p.str(), "\noverride: ", RcItf::get(true)->GetSpeedRatio(), "\nreference_vel: ",
                            helper.getStoredRefDyn_linear().vel, "\ndefaultDyn_vel: ",
                            helper.getStoredDefaultDyn().vel_rate));
-    helper.checkAbortingMode(cmd.Header.Reserved_ExecutionMode);
+    applyAbortingMode(cmd.Header.Reserved_ExecutionMode);
     helper.checkMotionCmdTime(cmd.Time);
     helper.checkMotionCmdTurnMode(cmd.TurnMode);
     helper.checkMotionCmdOriMode(cmd.OriMode);
@@ -94,7 +106,7 @@ void directFillAndCheck(MoveCmdParam& p, const LRob_typeServerCmdMoveDirectAbs& 
     p.generalParam.acc = helper.calAxesAcc(cmd.DynamicParameter.AccelerationRate);
     p.generalParam.tol = helper.calTolerance(cmd.BlendingMode, cmd.BlendingParameter[0]);
     SRCI_LOG(zlog::ZLogLvInfo, handler::text(p.str(), ", override: ", RcItf::get(true)->GetSpeedRatio()));
-    helper.checkAbortingMode(cmd.Header.Reserved_ExecutionMode);
+    applyAbortingMode(cmd.Header.Reserved_ExecutionMode);
     helper.checkMotionCmdTurnMode(cmd.TurnMode);
     helper.checkMotionCmdTime(cmd.Time);
     helper.checkMotionCmdDecJerk(cmd.DynamicParameter.DecelerationRate, cmd.DynamicParameter.JerkRate);

@@ -11,12 +11,15 @@ namespace srl::detail {
 
 Commands& C() { return ctx().cmds; }
 
+static constexpr int8_t kSeverityError = 28, kSeverityFatal = 29;
+
+// Severity of a code in a response that is not an error (Aborted infos, warnings).
 static int8_t severity_for(uint16_t c) {
     if (c == 0) return 0;
     switch (c >> 12) {
         case 0x6: return 5;
         case 0x7: return 20;
-        default: return 28;
+        default: return kSeverityError;
     }
 }
 
@@ -30,6 +33,12 @@ void queue(uint16_t id, uint8_t parseq, uint8_t st, uint16_t alarm, const Record
         len = rsp->wire_len;
     }
     if (wire_patch != nullptr) std::memcpy(wire + patch_off, wire_patch, patch_len);
+    // PLC clients show Error only while the code is non-zero and the severity is 28/29, whatever
+    // family the code belongs to (a failed move carries a 0x6Cxx code).
+    if (st == state::Error) {
+        if (alarm == 0) alarm = code::Internal;
+        severity = severity == kSeverityFatal ? kSeverityFatal : kSeverityError;
+    }
     wire[0] = static_cast<uint8_t>(((parseq & 0x0F) << 4) | st);
     wire[1] = static_cast<uint8_t>(severity >= 0 ? severity : severity_for(alarm));
     put_be16(wire + 2, alarm);

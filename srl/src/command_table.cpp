@@ -80,6 +80,16 @@ const CmdInfo* find_command(uint16_t type) {
     return nullptr;
 }
 
+bool handler_aborts_others(uint16_t type) {
+    switch (type) {
+        case cmd::MoveAxesAbsolute: case cmd::MoveDirectAbsolute: case cmd::MoveLinearAbsolute:
+        case cmd::WriteToolData: case cmd::WriteFrameData: case cmd::WriteLoadData:
+            return true;
+        default:
+            return false;
+    }
+}
+
 bool known_command_type(uint16_t type) {
     return std::binary_search(std::begin(kKnownTypes), std::end(kKnownTypes), type);
 }

@@ -46,6 +46,9 @@ struct CmdInfo {
 
 // nullptr for command types without a mapping.
 const CmdInfo* find_command(uint16_t type);
+// Whether the adapter's handler for the type stops the axes group itself for an aborting
+// execution mode (1 or 8). Only for these may the interpreter report the others Aborted.
+bool handler_aborts_others(uint16_t type);
 // Whether the SRCI standard defines the type at all (decides 0x8F11 versus 0x8F20).
 bool known_command_type(uint16_t type);
 // RCSupportedFunctions (19 bytes) from what is registered.

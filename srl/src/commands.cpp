@@ -15,9 +15,13 @@ namespace {
 
 using namespace detail;
 
-bool exec_mode_ok(Kind kind, uint8_t exec) {
+// An aborting mode (1, 8) is accepted only where the adapter's handler really stops the group:
+// reporting a move Aborted that the adapter still holds would let it run on unseen.
+bool exec_mode_ok(const CmdInfo& info, uint8_t exec) {
+    const Kind kind = info.kind;
     switch (exec) {
-        case 0: case 1: case 7: case 8: return true;   // sequence (one sequence served)
+        case 0: case 7: return true;                   // sequence (one sequence served)
+        case 1: case 8: return handler_aborts_others(info.type);
         case 2: case 3: return kind != Kind::Motion;   // parallel / continuous
         default: return false;                         // trigger and stop modes, unused values
     }
@@ -167,7 +171,7 @@ void start(uint16_t id, const uint8_t* p, uint16_t len) {
         !registered(ctx().reg, info->slot)) {
         return error_answer(id, parseq, code::NotImplemented, info->rsp);
     }
-    if (!exec_mode_ok(info->kind, exec)) return error_answer(id, parseq, code::InvalidExecMode, info->rsp);
+    if (!exec_mode_ok(*info, exec)) return error_answer(id, parseq, code::InvalidExecMode, info->rsp);
     if (single_instance(info->kind) && other_instance_live(type, id))
         return error_answer(id, parseq, code::OneInstance, info->rsp);
 
