@@ -3,6 +3,7 @@
 #include <sys/ipc.h>
 #include <sys/sem.h>
 #include <sys/shm.h>
+#include <time.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -19,13 +20,18 @@ constexpr const char* kCommuTag = "SRCI_COMMU_ITF";
 // The attach messages carry the source path in place of a function name.
 constexpr const char* kCommuSource = "srci/itf_commu/commuitf";
 constexpr unsigned int kExpectedAttachments = 2;
+// Two cycles: an I/O manager that holds the semaphore longer has stalled, and waiting for it
+// would stop motion supervision with it. A timeout counts as a failed wait.
+constexpr long kSemWaitNs = 2 * 4 * 1000 * 1000L;
 
 int semStep(int id, short op) {
     sembuf step{};
     step.sem_num = 0;
     step.sem_op = op;
     step.sem_flg = SEM_UNDO;  // the kernel gives it back if we die inside the copy
-    return semop(id, &step, 1) == 0 ? 0 : -1;
+    if (op >= 0) return semop(id, &step, 1) == 0 ? 0 : -1;  // giving back never waits
+    const timespec bound{0, kSemWaitNs};
+    return semtimedop(id, &step, 1, &bound) == 0 ? 0 : -1;
 }
 
 }  // namespace

@@ -68,6 +68,7 @@ static_assert(sizeof(PNDevShm) == PNDEV_SHM_SIZE);
 using CommuDataPtr = PNDevShm*;
 
 int sem_get(int key);
+// Waits at most two cycles (8 ms); a stalled holder makes it fail like any failed semop.
 int sem_p(int id);
 int sem_v(int id);
 
