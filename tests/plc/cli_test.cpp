@@ -71,7 +71,7 @@ TEST(CliOutput, JsonEscapesTextAndNamesErrorCodes) {
     const std::string j = format_json(o);
     EXPECT_NE(j.find("\"x\":null"), std::string::npos) << j;  // JSON has no NaN
     EXPECT_NE(j.find("\"code_name\":\"ERR_CMD_NOT_IMPLEMENTED\""), std::string::npos) << j;
-    EXPECT_NE(j.find("say \\\"hi\\\"\\u000a"), std::string::npos) << j;
+    EXPECT_NE(j.find("say \\\"hi\\\"\\n"), std::string::npos) << j;
     EXPECT_NE(j.find("\"ok\":false"), std::string::npos);
     const std::string t = format_text(o);
     EXPECT_NE(t.find("Error 0x8F11 ERR_CMD_NOT_IMPLEMENTED (error)"), std::string::npos) << t;
@@ -94,6 +94,16 @@ protected:
         switch (c.cmd_type()) {
         case 1000: {
             const bool on = b.size() > 4 && (b[4] & 1);
+            if (on && estop) {  // stays Active, not enabled, and says why in a message
+                p.respond(c.cmd_id, 4, c.par_seq(), {0});
+                std::vector<uint8_t> msg(40, 0);
+                msg[0] = 9;      // MsgID
+                msg[1] = 0x01;   // Enabled
+                msg[11] = 28;    // severity error
+                msg[15] = 0x75;  // code 0x00000075
+                p.respond(1, 4, 1, msg);
+                break;
+            }
             p.respond(c.cmd_id, on ? 4 : 10, c.par_seq(), {static_cast<uint8_t>(on)});
             break;
         }
@@ -113,6 +123,7 @@ protected:
     FakeRobotPeer peer;
     std::unique_ptr<Client> client;
     std::unique_ptr<CommandRunner> runner;
+    bool estop = false;
     std::vector<uint8_t> jog_directions;
     std::vector<ReceivedCommand> configs;
 };
@@ -156,4 +167,35 @@ TEST_F(RunnerTest, MotionWaitDoneAndConfigurationUpdates) {
     EXPECT_EQ((configs[1].payload[10] << 8) | configs[1].payload[11], 300);
     EXPECT_EQ(configs[1].first_action, 0x05);
     EXPECT_EQ(configs[1].par_seq(), 2);
+}
+
+TEST_F(RunnerTest, EnableThatCannotSucceedSaysWhyAtTheFirstRefusal) {
+    estop = true;
+    const Outcome o = runner->run(line("enable"));
+    EXPECT_FALSE(o.ok);
+    EXPECT_FALSE(o.result.timed_out) << format_text(o);  // not 5 s of "Active"
+    EXPECT_NE(o.note.find("robot refused to enable: 0x0075 err_pstop_estop"), std::string::npos) << o.note;
+    EXPECT_NE(o.note.find("srci-plc reset"), std::string::npos) << o.note;
+}
+
+TEST(CliProgress, ShowsTheRobotsProgressAndDistanceToGo) {
+    const struct {
+        const char* command;
+        uint8_t state;
+        std::vector<uint8_t> payload;  // response payload including the 4-byte header
+        const char* says;
+    } cases[] = {
+        {"move-linear", cmd_state::kActive, {0, 0, 0, 0, 1, 0, 0, 0, 0x10, 0x68, 0x42, 0xF7, 0x00, 0x00},
+         "move-linear: Active 42.0%, 123.5 mm to go (2 s)"},
+        {"move-axes", cmd_state::kActive, {0, 0, 0, 0, 1, 0, 0, 0, 0x26, 0xAC}, "move-axes: Active 99.0% (2 s)"},
+        {"enable", cmd_state::kActive, {0, 0, 0, 0, 0}, "enable: Active, not enabled yet (2 s)"},
+    };
+    for (const auto& c : cases) {
+        AcrEntry e;
+        e.def = find_command(c.command);
+        e.responses = 1;
+        e.last.state = c.state;
+        e.last_payload = c.payload;
+        EXPECT_EQ(format_progress(e, 2000), std::string("  ... ") + c.says);
+    }
 }

@@ -25,11 +25,13 @@ struct GlobalOptions {
     bool force = false;
     bool no_cyclic = false;  // request no cyclic position data
     bool version_1_3 = false;
-    bool help = false;
+    bool help = false;      // print help_text and exit 0 (--help, help, --version)
+    std::string help_text;
     std::vector<std::string> command;  // sub-command and its words
 };
 
-// Throws UsageError with a message that names the offending argument.
+// Options may stand before or after the command. Throws UsageError with a
+// message that names the offending argument.
 GlobalOptions parse_global_options(int argc, const char* const* argv);
 
 // One command as written on the command line or in a script line.

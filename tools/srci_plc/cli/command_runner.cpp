@@ -3,6 +3,7 @@
 #include <chrono>
 #include <cstdio>
 
+#include "command_table.hpp"
 #include "srci_plc/error_names.hpp"
 #include "srci_plc/status_word.hpp"
 
@@ -23,13 +24,9 @@ const CommandDef& lookup(const std::string& name) {
     return *def;
 }
 
-void expect_positional(const CommandLine& line, size_t min, size_t max, const char* usage) {
-    if (line.positional.size() < min || line.positional.size() > max)
-        throw UsageError(line.name + ": expected " + usage);
-}
-
 // Positional words become the command's named parameters, in table order.
 ParamValues positional_values(const CommandDef& def, const CommandLine& line) {
+    if (const CliCommand* c = find_cli_command(line.name)) check_value_count(*c, line.positional.size());
     if (line.positional.size() > def.positional.size())
         throw UsageError(line.name + ": too many values (expected at most " + std::to_string(def.positional.size()) +
                          ")");
@@ -42,6 +39,14 @@ ParamValues positional_values(const CommandDef& def, const CommandLine& line) {
     return v;
 }
 
+// Values the wire could carry but the robot refuses are caught here, before anything moves.
+void check_range(const std::string& command, const ParamValues& v, const std::string& key, double lo, double hi,
+                 const char* why) {
+    const auto it = v.find(key);
+    if (it != v.end() && (it->second < lo || it->second > hi))
+        throw UsageError(command + ": " + key + " must be " + why);
+}
+
 struct JogRequest {
     JogMode mode;
     std::string axis;
@@ -50,13 +55,17 @@ struct JogRequest {
 };
 
 JogRequest jog_request(const CommandLine& line) {
-    expect_positional(line, 2, 2, "MODE AXIS, e.g. 'jog joint j1+ rot=5'");
+    check_value_count(*find_cli_command("jog"), line.positional.size());
     JogRequest j{jog_mode(line.positional[0]), line.positional[1], line.values};
     if (auto it = j.values.find("duration"); it != j.values.end()) {
         if (it->second < 0 || it->second > 600000) throw UsageError("duration must be 0..600000 ms");
         j.duration_ms = static_cast<int>(it->second);
         j.values.erase(it);
     }
+    // A negative increment would silently become a continuous jog.
+    check_range("jog", j.values, "inc", 0, 1e6, "0 (continuous) or a positive distance [mm]");
+    check_range("jog", j.values, "rot", 0, 360, "0 (continuous) or a positive angle 0..360 [deg]");
+    check_range("jog", j.values, "override", 0, 100, "0..100 percent");
     const std::string bit = RobotCommands::jog_direction(j.axis);
     if (bit.empty()) throw UsageError("jog axis must look like x+, rz-, j3+ or e1-, not '" + j.axis + "'");
     return j;
@@ -86,7 +95,7 @@ void validate_command(const CommandLine& line) {
         return;
     }
     if (n == "sleep") {
-        expect_positional(line, 1, 1, "MS");
+        check_value_count(*find_cli_command(n), line.positional.size());
         const double ms = parse_number(line.positional[0], "sleep");
         if (ms < 0 || ms > 3600000) throw UsageError("sleep must be 0..3600000 ms");
         return;
@@ -101,7 +110,9 @@ void validate_command(const CommandLine& line) {
         return;
     }
     const CommandDef& def = lookup(n);
-    check_encodable(def, positional_values(def, line));
+    const ParamValues v = positional_values(def, line);
+    if (n == "override") check_range(n, v, "override", 0, 100, "0..100 percent");
+    check_encodable(def, v);
 }
 
 CommandRunner::CommandRunner(Client& client, int timeout_ms, bool force, Client::Progress progress)
@@ -153,12 +164,21 @@ Outcome CommandRunner::execute(const CommandLine& line) {
         o = finish(std::move(o), commands_.enable(v));
         if (o.ok && !o.result.enabled) {
             o.ok = false;
-            if (o.note.empty()) o.note = "robot did not report Enabled";
+            if (o.note.empty()) o.note = enable_refusal();
         }
         return o;
     }
     if (n == "exchange-config") return finish(std::move(o), commands_.exchange_config(v));
     return finish(std::move(o), commands_.run(n, v, !line.no_wait));
+}
+
+std::string CommandRunner::enable_refusal() const {
+    const auto& m = client_.messages();
+    for (auto it = m.rbegin(); it != m.rend(); ++it)
+        if (it->severity >= kSeverityError)
+            return "robot refused to enable: " + describe_error_code(it->error_code) +
+                   (it->text.empty() ? "" : " [" + it->text + "]");
+    return "robot did not report Enabled";
 }
 
 Outcome CommandRunner::run_jog(const CommandLine& line) {

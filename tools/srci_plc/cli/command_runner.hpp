@@ -37,6 +37,7 @@ private:
     Outcome run_sleep(const CommandLine& line);
     Outcome execute(const CommandLine& line);
     Outcome finish(Outcome o, const CommandResult& r);
+    std::string enable_refusal() const;
 
     Client& client_;
     RobotCommands commands_;

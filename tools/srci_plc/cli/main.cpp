@@ -23,98 +23,6 @@ constexpr int kExitUsage = 2;
 constexpr int kExitConnection = 3;
 constexpr size_t kMaxScriptBytes = 1 << 20;
 
-const char* kHelp = R"(srci-plc - PLC-side SRCI client for the robot adapter (talks to pnio-sim)
-
-Usage:
-  srci-plc [options] COMMAND [VALUES] [key=value ...] [--no-wait]
-  srci-plc [options] run FILE
-
-Every invocation connects once: RESET/INITIALIZE until the robot reports
-TelegramState 255, then ReadMessages, ExchangeConfiguration and ReadRobotData.
-Each command prints one line: what was sent, the answer (final state, data,
-error code and its name) and the time it took. Robot messages and progress of
-long waits (one line per second) go to stderr.
-
-Options:
-  --host ADDR             gateway address (default 127.0.0.1)
-  --port N                gateway port (default 5000)
-  --timeout MS            wait per command for its final answer (default 30000);
-                          start-up steps wait at most 5000
-  --lifesign-timeout MS   LifeSignTimeOut sent in ExchangeConfiguration
-                          (default 1000; PLCs use 50, which a non-realtime host
-                          cannot keep reliably)
-  --cycle MS              telegram cycle (default 4)
-  --json                  one JSON object per command instead of text
-  --verbose, -v           hex dump of every telegram pair whose content changed
-  --force                 send commands the robot does not announce as supported
-  --no-cyclic             request no cyclic position data (TelegramNumber 0)
-  --srci-1.3              announce SRCI version 1.3 instead of 1.5
-  --help, -h              this text
-
-Commands (VALUES are positional, anything else is key=value):
-  status                                   telegram state, status word, position
-  reset                                    GroupReset (acknowledge errors)
-  enable [step_mode=N]                     EnableRobot, waits for Enabled
-  disable                                  EnableRobot update with Enable=0
-  move-axes J1 J2 J3 J4 J5 J6              MoveAxesAbsolute [deg]
-  move-linear X Y Z RX RY RZ               MoveLinearAbsolute [mm, deg]
-  move-direct X Y Z RX RY RZ               MoveDirectAbsolute
-      motion keys: vel acc (percent, default 10) dec jerk (-1 = robot default)
-      tool frame blending blend0 blend1 config turn_mode ori_mode
-      config_s config_e config_w move_time e1..e6
-      Motion commands wait for Done unless --no-wait is given.
-  jog MODE AXIS [inc=MM] [rot=DEG] [override=PCT] [duration=MS] [tool= frame=]
-      MODE frame|tool|joint; AXIS x+ y- z+ rx- ry+ rz- j1+..j6- e1+..e6-.
-      inc/rot > 0 moves one increment and waits for DistanceReached,
-      otherwise the robot jogs for duration ms (default 1000).
-  stop                                     GroupStop (FastStop counter +1)
-  pause                                    GroupInterrupt (FastStop counter +1)
-  continue                                 GroupContinue
-  override PCT                             ChangeSpeedOverride
-  read-position [tool=N frame=N]           ReadActualPosition (255 = current)
-  read-tool N      | write-tool N X Y Z RX RY RZ [id= load= external=]
-  read-frame N     | write-frame N X Y Z RX RY RZ [reference=]
-  read-load N      | write-load N MASS [X Y Z] [rx= ry= rz= ix= iy= iz=]
-  read-dynamics    | write-dynamics VEL ACC [DEC JERK]   reference dynamics
-  read-default-dynamics | write-default-dynamics VEL% ACC% [DEC% JERK%]
-  read-limits      | write-limits min_j1= .. min_j6= max_j1= .. max_j6= [min_e1= max_e1=]
-  read-workarea N  | write-workarea N type= x1= x2= y1= y2= z1= z2= radius= ...
-  fk J1 J2 J3 J4 J5 J6 [tool= frame=]      CalculateForwardKinematic
-  ik X Y Z RX RY RZ [config=BITS tool= frame=]  CalculateInverseKinematic
-  read-robot-data                          ReadRobotData
-  exchange-config key=value ...            update of the running ExchangeConfiguration
-      keys: log_level wait_at_blending allow_sec_seq allow_dynamic_blending
-      delay_time wait_for_cmds lifesign_timeout sync_delay sync_reaction
-      data_in_sync data_enable_sync
-  sleep MS                                 keep cycling for MS milliseconds
-  wait-done                                wait until no motion command is left
-  run FILE                                 execute FILE, one command per line
-  Any command also takes exec_mode=N and priority=N to override the defaults.
-
-Scripts: one command per line as above, '#' starts a comment, blank lines are
-ignored. The whole file is checked before connecting; execution stops at the
-first failing line.
-
-Exit status: 0 all commands succeeded, 1 a command ended in Error/Aborted or
-timed out, 2 bad command line or script, 3 connection or start-up failure.
-
-Examples:
-  srci-plc status
-  srci-plc --json read-position
-  srci-plc move-axes 0 -30 90 0 60 0 vel=20
-  srci-plc jog joint j1+ rot=5
-  srci-plc --port 5001 run demo.srci
-
-  demo.srci:
-    reset
-    enable
-    move-axes 0 -30 90 0 60 0 vel=20
-    move-linear 400 0 500 180 0 180 --no-wait
-    wait-done
-    read-position
-    disable
-)";
-
 struct ScriptLine {
     std::string where;
     CommandLine command;
@@ -199,7 +107,7 @@ int main(int argc, char** argv) {
     try {
         opt = parse_global_options(argc, argv);
         if (opt.help) {
-            std::cout << kHelp;
+            std::cout << opt.help_text;
             return kExitOk;
         }
         commands = load_commands(opt);
@@ -218,23 +126,16 @@ int main(int argc, char** argv) {
     for (unsigned bit = 0; bit < 16; ++bit)
         if (co.tn_rob_to_plc & (1u << bit)) cyclic_end += robot_block_size(bit);
     if (opt.verbose) co.on_exchange = TelegramDumper(cyclic_end);
-    co.on_message = [](const RobotMessage& m) {
-        const char* name = error_code_name(static_cast<uint16_t>(m.error_code));
-        std::fprintf(stderr, "robot message #%u %s code 0x%04X%s%s: %s\n", m.msg_id, severity_name(m.severity),
-                     static_cast<unsigned>(m.error_code), name ? " " : "", name ? name : "", m.text.c_str());
+    co.on_message = [&opt](const RobotMessage& m) {
+        if (opt.json) std::cout << format_message_json(m) << std::endl;
+        else std::cerr << format_message_text(m) << std::endl;
     };
 
     const auto progress = [](const AcrEntry& e, double elapsed_ms) {
-        std::string extra;
-        for (const auto& f : decode_fields(e.def->response, e.last_payload))
-            if (f.name == "progress") {
-                char buf[32];
-                std::snprintf(buf, sizeof buf, " %.2f%%", std::get<double>(f.value));
-                extra = buf;
-            }
-        std::fprintf(stderr, "  ... %s: %s%s (%.0f s)\n", e.def->name.c_str(),
-                     e.responses ? cmd_state_name(e.last.state) : "waiting for answer", extra.c_str(),
-                     elapsed_ms / 1000.0);
+        std::cerr << format_progress(e, elapsed_ms) << std::endl;
+    };
+    co.on_startup_wait = [](const std::string& what, double elapsed_ms) {
+        std::fprintf(stderr, "  ... %s (%.0f s)\n", what.c_str(), elapsed_ms / 1000.0);
     };
 
     std::unique_ptr<TcpTransport> transport;

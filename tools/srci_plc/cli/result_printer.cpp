@@ -3,6 +3,8 @@
 #include <cmath>
 #include <cstdio>
 
+#include <nlohmann/json.hpp>
+
 #include "srci_plc/error_names.hpp"
 
 namespace srci_plc::cli {
@@ -30,14 +32,15 @@ std::string text_value(const DecodedField& f) {
     }
 }
 
-std::string json_value(const FieldValue& v) {
-    if (const auto* s = std::get_if<std::string>(&v)) return "\"" + json_escape(*s) + "\"";
+nlohmann::json json_value(const FieldValue& v) {
+    if (const auto* s = std::get_if<std::string>(&v)) return *s;
     const double d = std::get<double>(v);
-    if (!std::isfinite(d)) return "null";  // a robot may send NaN in a REAL field
-    char buf[40];
-    std::snprintf(buf, sizeof buf, "%.9g", d);
-    return buf;
+    if (!std::isfinite(d)) return nullptr;  // a robot may send NaN in a REAL field
+    return d;
 }
+
+// Robot texts are not guaranteed to be UTF-8: invalid bytes become U+FFFD instead of an exception.
+std::string dump(const nlohmann::json& j) { return j.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace); }
 
 std::string code_text(uint16_t code) {
     char buf[8];
@@ -46,23 +49,6 @@ std::string code_text(uint16_t code) {
 }
 
 }  // namespace
-
-std::string json_escape(const std::string& s) {
-    std::string out;
-    for (char c : s) {
-        if (c == '"' || c == '\\') {
-            out += '\\';
-            out += c;
-        } else if (static_cast<unsigned char>(c) < 0x20) {
-            char buf[8];
-            std::snprintf(buf, sizeof buf, "\\u%04x", c);
-            out += buf;
-        } else {
-            out += c;
-        }
-    }
-    return out;
-}
 
 std::string format_text(const Outcome& o) {
     std::string line;
@@ -78,7 +64,8 @@ std::string format_text(const Outcome& o) {
             if (h.code != 0) {
                 line += " " + code_text(h.code);
                 if (const char* name = error_code_name(h.code)) line += std::string(" ") + name;
-                line += std::string(" (") + severity_name(h.severity) + ")";
+                line += std::string(" (") + severity_name(h.severity) + "): " + error_code_meaning(h.code);
+                if (const std::string hint = error_code_hint(h.code); !hint.empty()) line += " -> " + hint;
             }
         }
         for (const auto& f : o.result.data) line += " " + f.name + "=" + text_value(f);
@@ -93,38 +80,77 @@ std::string format_text(const Outcome& o) {
 }
 
 std::string format_json(const Outcome& o) {
-    std::string j = "{\"command\":\"" + json_escape(o.command) + "\"";
-    if (o.cmd_type != 0) j += ",\"cmd_type\":" + std::to_string(o.cmd_type);
-    j += ",\"params\":{";
-    for (size_t i = 0; i < o.sent.size(); ++i)
-        j += (i ? "," : "") + ("\"" + json_escape(o.sent[i].first) + "\":") + json_value(o.sent[i].second);
-    j += "}";
+    nlohmann::json j;
+    j["command"] = o.command;
+    if (o.cmd_type != 0) j["cmd_type"] = o.cmd_type;
+    j["params"] = nlohmann::json::object();
+    for (const auto& [k, v] : o.sent) j["params"][k] = v;
     if (o.has_result) {
         const ResponseHeader& h = o.result.header;
-        j += ",\"cmd_id\":" + std::to_string(o.result.cmd_id);
-        j += ",\"answered\":" + std::string(o.result.answered ? "true" : "false");
-        j += ",\"state\":" + std::to_string(h.state) + ",\"state_name\":\"" + cmd_state_name(h.state) + "\"";
-        j += ",\"severity\":" + std::to_string(h.severity) + ",\"code\":" + std::to_string(h.code);
+        j["cmd_id"] = o.result.cmd_id;
+        j["answered"] = o.result.answered;
+        j["state"] = h.state;
+        j["state_name"] = cmd_state_name(h.state);
+        j["severity"] = h.severity;
+        j["code"] = h.code;
+        j["code_hex"] = code_text(h.code);
         const char* name = h.code != 0 ? error_code_name(h.code) : nullptr;
-        j += ",\"code_hex\":\"" + code_text(h.code) + "\",\"code_name\":" +
-             (name ? "\"" + std::string(name) + "\"" : std::string("null"));
+        j["code_name"] = name ? nlohmann::json(name) : nlohmann::json(nullptr);
+        if (h.code != 0) {
+            j["code_meaning"] = error_code_meaning(h.code);
+            if (const std::string hint = error_code_hint(h.code); !hint.empty()) j["hint"] = hint;
+        }
     }
-    j += ",\"data\":{";
-    bool first = true;
-    const auto add = [&](const DecodedField& f) {
-        j += (first ? "" : ",") + ("\"" + json_escape(f.name) + "\":") + json_value(f.value);
-        first = false;
-    };
+    nlohmann::json& data = j["data"] = nlohmann::json::object();
     if (o.has_result)
-        for (const auto& f : o.result.data) add(f);
-    for (const auto& f : o.info) add(f);
-    j += "}";
-    if (!o.note.empty()) j += ",\"note\":\"" + json_escape(o.note) + "\"";
-    char took[48];
-    std::snprintf(took, sizeof took, ",\"elapsed_ms\":%.1f", o.elapsed_ms);
-    j += took;
-    j += ",\"ok\":" + std::string(o.ok ? "true" : "false") + "}";
-    return j;
+        for (const auto& f : o.result.data) data[f.name] = json_value(f.value);
+    for (const auto& f : o.info) data[f.name] = json_value(f.value);
+    if (!o.note.empty()) j["note"] = o.note;
+    j["elapsed_ms"] = std::round(o.elapsed_ms * 10) / 10;
+    j["ok"] = o.ok;
+    return dump(j);
+}
+
+std::string format_message_json(const RobotMessage& m) {
+    nlohmann::json j;
+    j["message"] = m.msg_id;
+    j["type"] = m.type;
+    j["severity"] = m.severity;
+    j["severity_name"] = severity_name(m.severity);
+    j["code"] = m.error_code;
+    char hex[16];
+    std::snprintf(hex, sizeof hex, "0x%04X", m.error_code);
+    j["code_hex"] = hex;
+    const char* name = error_code_name(m.error_code);
+    j["code_name"] = name ? nlohmann::json(name) : nlohmann::json(nullptr);
+    j["code_meaning"] = error_code_meaning(m.error_code);
+    j["text"] = m.text;
+    return dump(j);
+}
+
+std::string format_progress(const AcrEntry& e, double elapsed_ms) {
+    std::string line = "  ... " + e.def->name + ": ";
+    line += e.responses ? cmd_state_name(e.last.state) : "waiting for the first answer";
+    char buf[64];
+    for (const auto& f : decode_fields(e.def->response, e.last_payload)) {
+        const double* v = std::get_if<double>(&f.value);
+        if (v == nullptr) continue;
+        if (f.name == "progress") {
+            std::snprintf(buf, sizeof buf, " %.1f%%", *v);
+            line += buf;
+        } else if (f.name == "remaining" && std::isfinite(*v)) {
+            std::snprintf(buf, sizeof buf, ", %.1f mm to go", *v);
+            line += buf;
+        }
+    }
+    if (e.def->kind == CommandKind::EnableType && e.responses && !Client::enabled_flag(e)) line += ", not enabled yet";
+    std::snprintf(buf, sizeof buf, " (%.0f s)", elapsed_ms / 1000.0);
+    return line + buf;
+}
+
+std::string format_message_text(const RobotMessage& m) {
+    return "robot message #" + std::to_string(m.msg_id) + " " + severity_name(m.severity) + " " +
+           describe_error_code(m.error_code) + ": " + m.text;
 }
 
 std::string hex_dump(const char* title, const std::vector<uint8_t>& bytes) {

@@ -8,7 +8,11 @@ namespace srci_plc::cli {
 
 std::string format_text(const Outcome& o);
 std::string format_json(const Outcome& o);
-std::string json_escape(const std::string& s);
+// One line per second of a long wait: state, real progress and distance to go of a move.
+std::string format_progress(const AcrEntry& e, double elapsed_ms);
+// Robot messages (ReadMessages) as one text line or one JSON object.
+std::string format_message_text(const RobotMessage& m);
+std::string format_message_json(const RobotMessage& m);
 std::string hex_dump(const char* title, const std::vector<uint8_t>& bytes);
 
 }  // namespace srci_plc::cli

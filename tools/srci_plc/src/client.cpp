@@ -334,16 +334,28 @@ uint16_t Client::start_step(uint16_t type, const ParamValues& values) {
 void Client::connect() {
     connecting_ = true;
     reset_first_ = opt_.reset_on_connect;
-    const long long deadline = now_ms() + opt_.step_timeout_ms;
+    const long long start = now_ms();
+    const long long deadline = start + opt_.step_timeout_ms;
+    long long next_report = start + 1000;
     for (;;) {
         cycle();
         if (have_rx_ && rx_.telegram_state == telegram_state::kInitialized && control_ == Control::None) break;
-        if (now_ms() > deadline) {
+        const bool silent = !have_rx_ || (rx_bytes_.size() > 1 && rx_bytes_[1] == 0);
+        const long long now = now_ms();
+        if (now > deadline) {
             connecting_ = false;
-            const bool silent = have_rx_ && rx_bytes_.size() > 1 && rx_bytes_[1] == 0;
+            if (silent)
+                throw ClientError("start-up: the gateway answers but no robot adapter does (no robot lifesign for " +
+                                  std::to_string(opt_.step_timeout_ms) + " ms): start srci_server");
             throw ClientError("start-up: robot stays in TelegramState " + state_text(rx_.telegram_state) + " after " +
-                              std::to_string(opt_.step_timeout_ms) + " ms" +
-                              (silent ? " (no robot lifesign: is the robot adapter running?)" : ""));
+                              std::to_string(opt_.step_timeout_ms) + " ms");
+        }
+        if (opt_.on_startup_wait && now >= next_report) {
+            opt_.on_startup_wait(silent ? std::string("waiting for the robot adapter (no lifesign yet)")
+                                        : "waiting for the robot to initialise (TelegramState " +
+                                              state_text(rx_.telegram_state) + ")",
+                                 static_cast<double>(now - start));
+            next_report += 1000;
         }
     }
     connecting_ = false;

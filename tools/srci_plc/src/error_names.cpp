@@ -2,19 +2,55 @@
 
 #include <algorithm>
 #include <array>
+#include <cctype>
+#include <cstdio>
 #include <iterator>
+#include <string_view>
 
 namespace srci_plc {
 
 namespace {
 
 struct NamedCode {
-    uint16_t code;
+    uint32_t code;
     const char* name;
 };
 
-// Sorted by code; the names follow the SRCI standard's error list (spelling kept).
+// Sorted by code. Lower-case names are the adapter's own codes (0x0001..0x0075 and the
+// srci.ini store above 0xFFFF); the others follow the SRCI standard's error list (spelling kept).
 constexpr NamedCode kCodes[] = {
+    {0x0001, "err_commuitf_init"},
+    {0x0002, "err_commuitf_recv"},
+    {0x0003, "err_commuitf_send"},
+    {0x0011, "err_joints_index"},
+    {0x0012, "err_tools_index"},
+    {0x0013, "err_frames_index"},
+    {0x0014, "err_load_index"},
+    {0x0015, "err_tools_setting"},
+    {0x0016, "err_frames_setting"},
+    {0x0020, "err_move"},
+    {0x0021, "err_move_joint"},
+    {0x0022, "err_move_linear"},
+    {0x0023, "err_move_direct"},
+    {0x0030, "err_disable_when_moving"},
+    {0x0031, "err_pause"},
+    {0x0032, "err_stop"},
+    {0x0033, "err_continue"},
+    {0x0041, "err_kine_init"},
+    {0x0043, "err_io"},
+    {0x0044, "err_ikine"},
+    {0x0045, "err_fkine"},
+    {0x0052, "err_joints_outofrange"},
+    {0x0053, "err_joints_turnnumber"},
+    {0x0055, "err_frame_ref"},
+    {0x0056, "err_manipulation"},
+    {0x0057, "err_vel_too_low"},
+    {0x0058, "err_acc_too_low"},
+    {0x0071, "err_power_on"},
+    {0x0072, "err_power_off"},
+    {0x0073, "err_disable"},
+    {0x0074, "err_enable"},
+    {0x0075, "err_pstop_estop"},
     {0x00A1, "ERR_RI_TEL_CMD_DOES_NOT_MATCH_STATE"},
     {0x00A2, "ERR_RI_TEL_INITIALIZATION_LOST"},
     {0x00A3, "ERR_RI_TEL_INVALID_TELEGRAM_LENGTH"},
@@ -195,14 +231,137 @@ constexpr NamedCode kCodes[] = {
     {0x9A09, "ERR_FAT_RI_INVALID_PAYLOAD_LENGTH"},
     {0x9A10, "ERR_FAT_RI_INVALID_PAYLOAD_POINTER"},
     {0x9A14, "ERR_FAT_RI_INVALID_EXECUTION_MODE_CHANGE"},
+    {0x10001, "err_ini_no_file"},
+    {0x10002, "err_ini_no_section"},
+    {0x10003, "err_ini_no_key"},
+    {0x10004, "err_ini_read"},
+    {0x10005, "err_ini_write"},
+    {0x10006, "err_ini_value_type"},
 };
+
+struct Explained {
+    uint32_t code;
+    const char* meaning;
+    const char* hint;  // what to do; empty when nothing typical helps
+};
+
+// Codes whose name alone does not tell an operator enough.
+constexpr Explained kExplained[] = {
+    {0x0001, "controller link could not be set up", "check that the simulated arm (srciport) runs"},
+    {0x0002, "no answer from the controller", "check that the simulated arm (srciport) runs"},
+    {0x0003, "command could not be sent to the controller", "check that the simulated arm (srciport) runs"},
+    {0x0011, "joint index outside 1..6", ""},
+    {0x0012, "tool number outside the controller's tool table", "tools are numbered 1..15 (0 = flange)"},
+    {0x0013, "frame number outside the controller's frame table", "frames are numbered 1..15 (0 = world)"},
+    {0x0014, "load number outside the load table", ""},
+    {0x0015, "controller refused the tool data", ""},
+    {0x0016, "controller refused the frame data", ""},
+    {0x0020, "controller refused the move", "check the target with `srci-plc fk`/`ik` and `srci-plc read-limits`"},
+    {0x0021, "controller refused the joint move",
+     "target outside the software limits? compare with `srci-plc read-limits` (e.g. J3 <= 85 deg)"},
+    {0x0022, "controller refused the linear move",
+     "target unreachable on a straight line or outside the limits; check it with `srci-plc ik`"},
+    {0x0023, "controller refused the direct move", "target unreachable; check it with `srci-plc ik`"},
+    {0x0030, "disable refused while the arm moves", "stop the motion first: `srci-plc stop`"},
+    {0x0031, "controller refused to pause", ""},
+    {0x0032, "controller refused to stop", ""},
+    {0x0033, "controller refused to continue", "only a paused motion can continue"},
+    {0x0041, "kinematics could not be initialised", "restart the adapter"},
+    {0x0043, "controller I/O failed", ""},
+    {0x0044, "no inverse kinematic solution for this pose", "pose out of reach or in a singularity"},
+    {0x0045, "forward kinematics failed", ""},
+    {0x0052, "target outside the software limits",
+     "compare the target with `srci-plc read-limits` (e.g. J3 <= 85 deg)"},
+    {0x0053, "joint turn number out of range", ""},
+    {0x0055, "frame reference invalid", ""},
+    {0x0056, "manipulation not possible", ""},
+    {0x0057, "velocity too low", "give vel= above 0"},
+    {0x0058, "acceleration too low", "give acc= above 0"},
+    {0x0071, "arm could not be powered on", "release the emergency stop, then `srci-plc reset` and `srci-plc enable`"},
+    {0x0072, "arm could not be powered off", ""},
+    {0x0073, "arm could not be disabled", ""},
+    {0x0074, "arm could not be enabled", "check the emergency stop, then `srci-plc reset` and `srci-plc enable`"},
+    {0x0075, "protective or emergency stop active",
+     "release the emergency stop, then run `srci-plc reset` and `srci-plc enable`"},
+    {0x00A5, "telegram: lifesign timeout", "raise --lifesign-timeout on a loaded host"},
+    {0x6F02, "motion interrupted: robot not enabled", "run `srci-plc enable`"},
+    {0x8A01, "command register full", "wait for running commands (`srci-plc wait-done`)"},
+    {0x8C01, "continue refused: robot not enabled", "run `srci-plc enable`"},
+    {0x8C03, "enable refused by the robot controller", "release the emergency stop, then `srci-plc reset`"},
+    {0x8C04, "enable refused: controller error pending", "acknowledge it with `srci-plc reset`"},
+    {0x8D35, "invalid tool number", "tools are numbered 1..15 (0 = flange, 255 = current)"},
+    {0x8D08, "invalid frame number", "frames are numbered 1..15 (0 = world, 255 = current)"},
+    {0x8D23, "invalid override", "override is 0..100 %"},
+    {0x8F11, "command not implemented by this robot", ""},
+    {0x10001, "srci.ini missing", "the adapter creates it on the first write"},
+    {0x10002, "section missing in srci.ini", "write the record first (e.g. `srci-plc write-tool`)"},
+    {0x10003, "key missing in srci.ini", "write the record again to complete it"},
+    {0x10004, "srci.ini could not be read", "check the file's permissions in the adapter's directory"},
+    {0x10005, "srci.ini could not be written", "check free space and permissions in the adapter's directory"},
+    {0x10006, "value in srci.ini has the wrong type", "fix or remove the line in srci.ini"},
+};
+
+// "ERR_CMD_SPECIFIC_INVALID_PARAMETER_TOOL_NR" -> "invalid parameter: tool nr".
+std::string meaning_from_name(std::string_view name) {
+    static constexpr std::pair<std::string_view, std::string_view> kPrefixes[] = {
+        {"ERR_CMD_SPECIFIC_INVALID_PARAMETER_", "invalid parameter: "},
+        {"ERR_CMD_PARAMETER_NOT_SUPORTED_", "parameter not supported: "},
+        {"ERR_CMD_PARAMETER_NOT_SUPPORTED_", "parameter not supported: "},
+        {"ERR_CMD_SPECIFIC_", ""},
+        {"ERR_RI_TEL_", "telegram: "},
+        {"ERR_FAT_RI_", "fatal interpreter error: "},
+        {"ERR_RI_", "interpreter: "},
+        {"ERR_CMD_", "command: "},
+        {"INFO_ERR_SIM_", "simulation: "},
+        {"INFO_", ""},
+        {"WARN_", "warning: "},
+        {"ERR_", ""},
+    };
+    std::string out;
+    for (const auto& [prefix, text] : kPrefixes) {
+        if (name.substr(0, prefix.size()) == prefix) {
+            out = text;
+            name.remove_prefix(prefix.size());
+            break;
+        }
+    }
+    for (char c : name) out += c == '_' ? ' ' : static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    return out;
+}
+
+const Explained* explained(uint32_t code) {
+    for (const auto& e : kExplained)
+        if (e.code == code) return &e;
+    return nullptr;
+}
 
 }  // namespace
 
-const char* error_code_name(uint16_t code) {
+const char* error_code_name(uint32_t code) {
     const auto it = std::lower_bound(std::begin(kCodes), std::end(kCodes), code,
-                                     [](const NamedCode& c, uint16_t v) { return c.code < v; });
+                                     [](const NamedCode& c, uint32_t v) { return c.code < v; });
     return (it != std::end(kCodes) && it->code == code) ? it->name : nullptr;
+}
+
+std::string error_code_meaning(uint32_t code) {
+    if (const Explained* e = explained(code)) return e->meaning;
+    if (const char* name = error_code_name(code)) return meaning_from_name(name);
+    return "code unknown to this client";
+}
+
+std::string error_code_hint(uint32_t code) {
+    const Explained* e = explained(code);
+    return e != nullptr ? e->hint : "";
+}
+
+std::string describe_error_code(uint32_t code) {
+    char hex[16];
+    std::snprintf(hex, sizeof hex, code > 0xFFFF ? "0x%05X" : "0x%04X", static_cast<unsigned>(code));
+    std::string out = hex;
+    if (const char* name = error_code_name(code)) out += std::string(" ") + name;
+    out += ": " + error_code_meaning(code);
+    if (const std::string hint = error_code_hint(code); !hint.empty()) out += " (" + hint + ")";
+    return out;
 }
 
 }  // namespace srci_plc

@@ -65,7 +65,18 @@ CommandResult RobotCommands::enable(const ParamValues& options) {
     // Re-enabling a running EnableRobot is a parameter update, not a second instance.
     if (enable_id_ != 0) client_.update(enable_id_, v);
     else enable_id_ = client_.submit(def, v);
-    const CommandResult r = client_.wait(enable_id_, WaitFor::Enabled, timeout_ms_, progress_);
+    // A robot that cannot enable (emergency stop, power fault) says so once, in its answer
+    // or in a message; waiting on after that only repeats "Active".
+    const size_t messages_before = client_.messages().size();
+    const auto refused = [&](const AcrEntry& e) {
+        if (cmd_state::is_final(e.last.state) || Client::enabled_flag(e)) return true;
+        if (e.last.code != 0 && e.last.severity >= kSeverityError) return true;
+        const auto& m = client_.messages();
+        for (size_t i = messages_before; i < m.size(); ++i)
+            if (m[i].severity >= kSeverityError) return true;
+        return false;
+    };
+    const CommandResult r = client_.wait_until(enable_id_, refused, timeout_ms_, progress_);
     if (r.answered && cmd_state::is_final(r.header.state)) enable_id_ = 0;
     return r;
 }

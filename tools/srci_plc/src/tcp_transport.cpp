@@ -30,6 +30,7 @@ TcpTransport::TcpTransport(const std::string& host, uint16_t port, int answer_ti
     if (const int rc = getaddrinfo(host.c_str(), service.c_str(), &hints, &res); rc != 0)
         throw TransportError("cannot resolve " + host + ": " + gai_strerror(rc));
     std::string last_error = "no address";
+    bool refused = false;
     for (addrinfo* ai = res; ai != nullptr; ai = ai->ai_next) {
         const int fd = ::socket(ai->ai_family, ai->ai_socktype | SOCK_CLOEXEC, ai->ai_protocol);
         if (fd < 0) {
@@ -40,10 +41,12 @@ TcpTransport::TcpTransport(const std::string& host, uint16_t port, int answer_ti
             fd_ = fd;
             break;
         }
+        refused = refused || errno == ECONNREFUSED;
         last_error = errno_text("connect");
         ::close(fd);
     }
     freeaddrinfo(res);
+    if (fd_ < 0 && refused) throw TransportError("nothing listens on " + host + ":" + service + ": start pnio-sim");
     if (fd_ < 0) throw TransportError("cannot connect to " + host + ":" + service + " (" + last_error + ")");
     const int one = 1;
     ::setsockopt(fd_, IPPROTO_TCP, TCP_NODELAY, &one, sizeof one);

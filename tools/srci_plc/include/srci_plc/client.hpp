@@ -43,6 +43,8 @@ struct ClientOptions {
     bool reset_on_connect = true;      // wipe a previous session's commands
     std::function<void(const std::vector<uint8_t>& tx, const std::vector<uint8_t>& rx)> on_exchange;
     std::function<void(const RobotMessage&)> on_message;
+    // Called once a second while the start-up waits for the robot to initialise.
+    std::function<void(const std::string& what, double elapsed_ms)> on_startup_wait;
 };
 
 enum class WaitFor : uint8_t {

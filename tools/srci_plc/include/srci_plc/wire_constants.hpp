@@ -105,6 +105,9 @@ constexpr uint16_t kReadMessages = 9001;
 constexpr uint16_t kReadRobotData = 9002;
 }  // namespace cmd_type
 
+// Severities from this value on are errors (28 error, 29 fatal).
+constexpr int kSeverityError = 28;
+
 const char* telegram_state_name(uint8_t state);
 const char* cmd_state_name(uint8_t state);
 const char* severity_name(int severity);

@@ -1,0 +1,159 @@
+// What srci-plc accepts on its command line and how it explains robot codes:
+// nothing that would move the robot with values the user did not give.
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <nlohmann/json.hpp>
+#include <regex>
+#include <sstream>
+
+#include "cli_options.hpp"
+#include "command_runner.hpp"
+#include "result_printer.hpp"
+#include "srci_plc/error_names.hpp"
+
+using namespace srci_plc;
+using namespace srci_plc::cli;
+
+namespace {
+
+GlobalOptions parse(std::vector<const char*> args) {
+    args.insert(args.begin(), "srci-plc");
+    return parse_global_options(static_cast<int>(args.size()), args.data());
+}
+
+std::string usage_error(const std::string& text) {
+    try {
+        validate_command(parse_command_words(split_script_line(text)));
+    } catch (const UsageError& e) {
+        return e.what();
+    }
+    return "";
+}
+
+}  // namespace
+
+TEST(CliValues, MissingOrExtraValuesAreRefusedAndNamed) {
+    const struct {
+        const char* line;
+        const char* says;  // empty: accepted
+    } cases[] = {
+        {"move-axes", "missing J1 J2 J3 J4 J5 J6"},
+        {"move-axes 1 2 3", "missing J4 J5 J6"},
+        {"move-axes 1 2 3 4 5 6 7", "7 values given, at most 6"},
+        {"move-linear 400 0 500 180 0", "missing RZ"},
+        {"move-direct 400 vel=20", "missing Y Z RX RY RZ"},
+        {"write-tool 1 0 0 100", "missing RX RY RZ"},
+        {"write-frame 2", "missing X Y Z RX RY RZ"},
+        {"write-load 1", "missing MASS"},
+        {"write-load 1 2 3", "missing Y Z"},
+        {"jog joint", "missing AXIS"},
+        {"fk 0 0", "missing J3 J4 J5 J6"},
+        {"override", "missing PCT"},
+        {"read-tool", "missing TOOL"},
+        {"move-axes 0 -30 90 0 60 0 vel=20", ""},
+        {"write-load 1 2", ""},
+        {"write-load 1 2 0 0 50", ""},
+        {"write-dynamics 100 100", ""},
+    };
+    for (const auto& c : cases) {
+        const std::string error = usage_error(c.line);
+        if (*c.says == '\0') EXPECT_EQ(error, "") << c.line;
+        else EXPECT_NE(error.find(c.says), std::string::npos) << c.line << " -> '" << error << "'";
+    }
+}
+
+TEST(CliValues, ValuesTheRobotRefusesAreCaughtBeforeSending) {
+    const struct {
+        const char* line;
+        const char* says;
+    } cases[] = {
+        {"override -1", "override must be 0..100"},
+        {"override 100.5", "override must be 0..100"},
+        {"jog frame z+ inc=-10", "inc must be 0 (continuous) or a positive"},
+        {"jog joint j2- rot=-5", "rot must be 0 (continuous) or a positive"},
+        {"jog frame x+ override=150", "override must be 0..100"},
+        {"override 0", ""},
+        {"jog frame z+ inc=0", ""},
+    };
+    for (const auto& c : cases) {
+        const std::string error = usage_error(c.line);
+        if (*c.says == '\0') EXPECT_EQ(error, "") << c.line;
+        else EXPECT_NE(error.find(c.says), std::string::npos) << c.line << " -> '" << error << "'";
+    }
+}
+
+TEST(CliOptions, OptionsAfterTheCommandPerCommandHelpAndVersion) {
+    const GlobalOptions late = parse({"move-axes", "0", "-30", "90", "-.5", "60", "0", "--json", "--port", "5001"});
+    EXPECT_TRUE(late.json);
+    EXPECT_EQ(late.port, 5001);
+    EXPECT_EQ(late.command, (std::vector<std::string>{"move-axes", "0", "-30", "90", "-0.5", "60", "0"}));
+    EXPECT_EQ(parse({"move-linear", "1", "2", "3", "4", "5", "6", "--no-wait"}).command.back(), "--no-wait");
+
+    const struct {
+        std::vector<const char*> args;
+        const char* contains;
+    } help[] = {
+        {{"move-axes", "--help"}, "J1 J2 J3 J4 J5 J6"},
+        {{"help", "jog"}, "DistanceReached"},
+        {{"--help"}, "write-default-dynamics"},
+        {{"--version"}, "srci-plc 1."},
+    };
+    for (const auto& h : help) {
+        const GlobalOptions o = parse(h.args);
+        EXPECT_TRUE(o.help) << h.args[0];
+        EXPECT_NE(o.help_text.find(h.contains), std::string::npos) << h.args[0] << ":\n" << o.help_text;
+    }
+    EXPECT_THROW(parse({"help", "teleport"}), UsageError);
+    EXPECT_THROW(parse({"status", "--port", "0"}), UsageError);
+}
+
+TEST(ErrorCodes, NamesMeaningsAndHintsForTypicalCauses) {
+    const struct {
+        uint32_t code;
+        const char* says;
+    } cases[] = {
+        {0x0075, "0x0075 err_pstop_estop: protective or emergency stop active (release the emergency stop"},
+        {0x0021, "err_move_joint: controller refused the joint move (target outside the software limits"},
+        {0x10002, "0x10002 err_ini_no_section: section missing in srci.ini"},
+        {0x8D10, "ERR_CMD_SPECIFIC_INVALID_PARAMETER_INCREMENTAL_TRANSLATION: invalid parameter: incremental"},
+        {0x6F02, "robot not enabled (run `srci-plc enable`)"},
+        {0x1234, "0x1234: code unknown to this client"},
+    };
+    for (const auto& c : cases)
+        EXPECT_NE(describe_error_code(c.code).find(c.says), std::string::npos) << describe_error_code(c.code);
+}
+
+// Every code the adapter can report, read from its own list, has a name here.
+TEST(ErrorCodes, EveryCodeOfTheAdapterIsKnown) {
+    std::ifstream in(SRCI_ERRCODE_HEADER);
+    ASSERT_TRUE(in) << SRCI_ERRCODE_HEADER;
+    std::stringstream text;
+    text << in.rdbuf();
+    const std::string s = text.str();
+    const std::regex entry(R"((\w+) = (0x[0-9A-Fa-f]+)[,;])");
+    int checked = 0;
+    for (std::sregex_iterator it(s.begin(), s.end(), entry), end; it != end; ++it) {
+        const std::string name = (*it)[1];
+        if (name == "ERR_CMD_NONE") continue;
+        const auto code = static_cast<uint32_t>(std::stoul((*it)[2], nullptr, 16));
+        EXPECT_NE(error_code_name(code), nullptr) << name;
+        ++checked;
+    }
+    EXPECT_GT(checked, 200);
+}
+
+TEST(CliOutput, RobotTextsWithHighBytesStillGiveValidJson) {
+    Outcome o;
+    o.command = "read-robot-data";
+    o.info.push_back(DecodedField{"manufacturer", FieldType::Chars, std::string("Robo\xC0\xFF caf\xE9 \"x\"\n")});
+    const auto j = nlohmann::json::parse(format_json(o));  // throws on invalid UTF-8 or escaping
+    EXPECT_EQ(j["data"]["manufacturer"].get<std::string>().substr(0, 4), "Robo");
+    RobotMessage m;
+    m.msg_id = 3;
+    m.severity = 28;
+    m.error_code = 0x0075;
+    m.text = "E-Stop \xB0";
+    const auto msg = nlohmann::json::parse(format_message_json(m));
+    EXPECT_EQ(msg["code_name"], "err_pstop_estop");
+}
