@@ -24,7 +24,7 @@ trap stop_all EXIT
 
 echo "== working directory: $work"
 echo "== starting pnio-sim"
-(cd "$work" && exec "$pnio" --port "$port" >"$work/pnio-sim.log" 2>&1) &
+(cd "$work" && exec "$pnio" --port "$port" --trace "$work/telegrams.pcapng" >"$work/pnio-sim.log" 2>&1) &
 pids+=($!)
 for _ in $(seq 100); do grep -q "listening on" "$work/pnio-sim.log" 2>/dev/null && break; sleep 0.1; done
 port=$(sed -n 's/.*listening on [0-9.]*:\([0-9]*\).*/\1/p' "$work/pnio-sim.log" | head -1)
@@ -56,4 +56,6 @@ echo "Results in $work:"
 echo "  log/errorlog, log/rvodbg.log, log/bus   the adapter's logs (errorlog starts with the start banner)"
 echo "  srci.ini                                 tools, frames, loads and dynamics kept across restarts"
 echo "  srci_server.out, pnio-sim.log            what the two processes printed"
+echo "  telegrams.pcapng                         every telegram both ways: srci-plc trace $work/telegrams.pcapng,"
+echo "                                           or Wireshark with tools/wireshark/srci.lua (README, \"Tracing\")"
 exit $status

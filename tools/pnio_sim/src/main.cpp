@@ -7,10 +7,12 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <memory>
 #include <string>
 
 #include "pnio_sim/gateway.hpp"
 #include "pnio_sim/process_image.hpp"
+#include "pnio_sim/trace_recorder.hpp"
 
 namespace {
 
@@ -20,7 +22,7 @@ void on_signal(int) { g_stop = 1; }
 
 const char* kHelp = R"(pnio-sim - PROFINET I/O manager stand-in for the SRCI robot adapter
 
-Usage: pnio-sim [--bind ADDR] [--port N] [--no-status] [--help]
+Usage: pnio-sim [--bind ADDR] [--port N] [--no-status] [--trace FILE [--trace-max-mb N]] [--help]
 
 Creates the shared process image (System V shared memory key 204, 1860 bytes)
 and its semaphore (key 5001, initial value 1), holds two attachments to it (the
@@ -35,6 +37,11 @@ Options:
   --bind ADDR   IPv4 address to listen on (default 127.0.0.1)
   --port N      TCP port (default 5000; 0 picks a free port)
   --no-status   no once-a-second status line
+  --trace FILE  record every telegram, both directions, in FILE (pcapng;
+                open it in Wireshark with tools/wireshark/srci.lua, or run
+                'srci-plc trace FILE')
+  --trace-max-mb N  rotate the trace at N MiB: FILE moves to FILE.1 (with the
+                same extension, e.g. trace.1.pcapng), so two files remain
   --help        this text
 
 Prints "pnio-sim: listening on ADDR:PORT" once ready. SIGINT/SIGTERM remove
@@ -51,6 +58,8 @@ struct Options {
     std::string bind = "127.0.0.1";
     long port = 5000;
     bool status = true;
+    std::string trace;
+    long trace_max_mb = 0;
 };
 
 bool parse(int argc, char** argv, Options& o) {
@@ -61,6 +70,15 @@ bool parse(int argc, char** argv, Options& o) {
             std::exit(0);
         } else if (a == "--no-status") {
             o.status = false;
+        } else if (a == "--trace" && i + 1 < argc) {
+            o.trace = argv[++i];
+        } else if (a == "--trace-max-mb" && i + 1 < argc) {
+            char* end = nullptr;
+            o.trace_max_mb = std::strtol(argv[++i], &end, 10);
+            if (*end != '\0' || o.trace_max_mb < 1 || o.trace_max_mb > 1000000) {
+                std::fprintf(stderr, "pnio-sim: --trace-max-mb needs a number of MiB >= 1, not '%s'\n", argv[i]);
+                return false;
+            }
         } else if ((a == "--bind" || a == "--port") && i + 1 < argc) {
             const std::string v = argv[++i];
             if (a == "--bind") {
@@ -122,7 +140,11 @@ int main(int argc, char** argv) {
     try {
         pnio_sim::ProcessImage image(pnio_sim::kShmKey, pnio_sim::kSemKey, log_line);
         try {
+            std::unique_ptr<pnio_sim::TraceRecorder> trace;
+            if (!opt.trace.empty())
+                trace = std::make_unique<pnio_sim::TraceRecorder>(opt.trace, uint64_t(opt.trace_max_mb) << 20, log_line);
             pnio_sim::Gateway gateway(image, opt.bind, static_cast<uint16_t>(opt.port), log_line);
+            if (trace) gateway.add_tap(trace.get()), log_line("recording every telegram to " + opt.trace);
             image.describe("pnio-sim " + opt.bind + ":" + std::to_string(gateway.port()), gateway.address());
             image.set_connection_state(false);
             std::printf("pnio-sim: listening on %s:%u\n", opt.bind.c_str(), gateway.port());
