@@ -56,9 +56,15 @@ bool ControlChannel::start(const std::string& path, Handler handler) {
     if (fd < 0) return false;
     addr.sun_family = AF_UNIX;
     std::memcpy(addr.sun_path, path.c_str(), path.size() + 1);
-    if (::bind(fd, reinterpret_cast<sockaddr*>(&addr), sizeof addr) != 0 || ::listen(fd, 4) != 0 ||
-        ::pipe2(wakeFd_, O_CLOEXEC) != 0) {
+    // The channel stops and starts the arm: owner only, whatever the umask. The mode is set
+    // before listen(), so nobody can connect while the socket still has the umask's mode.
+    if (::bind(fd, reinterpret_cast<sockaddr*>(&addr), sizeof addr) != 0) {
         ::close(fd);
+        return false;
+    }
+    if (::chmod(path.c_str(), 0600) != 0 || ::listen(fd, 4) != 0 || ::pipe2(wakeFd_, O_CLOEXEC) != 0) {
+        ::close(fd);
+        ::unlink(path.c_str());
         return false;
     }
     listenFd_ = fd;

@@ -44,19 +44,30 @@ void Safety::tick(double now) {
 }
 
 bool Safety::setEStop(bool on) {
-    estop_ = on;
-    if (on) powerOff();
+    estopInput_ = on;
+    if (on) {
+        estop_ = true;
+        powerOff();
+    }
     return on;
 }
 
 bool Safety::setPStop(bool on) {
-    pstop_ = on;
+    pstopInput_ = on;
     if (on) {
+        pstop_ = true;
         // Pending requests do not survive a protective stop; power and enable stay.
         powerDue_ = -1;
         enableDue_ = -1;
     }
     return on;
+}
+
+bool Safety::resetStops() {
+    // Like a real controller: releasing the button is not enough, the stop must be acknowledged.
+    if (!estopInput_) estop_ = false;
+    if (!pstopInput_) pstop_ = false;
+    return !estop_ && !pstop_;
 }
 
 void Safety::raise(int32_t code) {

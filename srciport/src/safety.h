@@ -18,6 +18,7 @@ public:
 
     bool powered() const { return powered_; }
     bool enabled() const { return enabled_; }
+    // A stop stays latched after its input is released, until resetStops() acknowledges it.
     bool estop() const { return estop_; }
     bool pstop() const { return pstop_; }
     int32_t errCode() const { return errCode_; }
@@ -32,6 +33,8 @@ public:
     // Inputs. Returns true when the change must stop the motion.
     bool setEStop(bool on);
     bool setPStop(bool on);
+    // Releases each latched stop whose input is off; true when no stop remains.
+    bool resetStops();
 
     void raise(int32_t code);
     void clearError();
@@ -41,8 +44,10 @@ public:
 private:
     bool powered_ = false;
     bool enabled_ = false;
-    bool estop_ = false;
-    bool pstop_ = false;
+    bool estop_ = false;  // latched
+    bool pstop_ = false;  // latched
+    bool estopInput_ = false;
+    bool pstopInput_ = false;
     double powerDue_ = -1;
     double enableDue_ = -1;
     int32_t errCode_ = 0;

@@ -54,8 +54,9 @@ int SimArm::disable() {
 int SimArm::exitProtect(unsigned char) {
     std::lock_guard<std::mutex> lock(impl_->mu);
     impl_->safety.clearError();
+    const bool released = impl_->safety.resetStops();
     impl_->publishLocked();
-    return (impl_->safety.estop() || impl_->safety.pstop()) ? kErrSafetyStop : 0;
+    return released ? 0 : kErrSafetyStop;
 }
 
 void SimArm::errorInfo(int& code, int& type) const {

@@ -119,6 +119,7 @@ TEST_F(RcItfTest, EnableRefusedUnderEmergencyStopAndDisabledArmCountsAsDone) {
     SimArm::instance().setPStop(true);
     EXPECT_EQ(thrownCode([&] { rc->robotEnable(true); }), err_enable);
     SimArm::instance().setPStop(false);
+    rc->exit_protect(0);  // a released stop stays latched until acknowledged
     rc->robotEnable(true);
     ASSERT_TRUE(rc->isRobotEnable());
 

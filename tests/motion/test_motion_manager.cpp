@@ -172,6 +172,7 @@ TEST_F(MovesTest, ControllerCodesAreMappedAndProtectiveStopBecomes117) {
     EXPECT_EQ(mm.newErrStored.errCode, 117);
     EXPECT_EQ(mm.newErrStored.errType, -1);
     sim().setPStop(false);
+    EXPECT_EQ(sim().exitProtect(0), 0);
     mm.updateMotionError();
     EXPECT_EQ(mm.newErrStored.errCode, 0);
     EXPECT_EQ(mm.newErrStored.errType, 0);

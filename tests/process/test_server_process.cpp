@@ -97,6 +97,7 @@ TEST_F(RunningServer, CyclesAnswersThePlcAndWritesItsLogs) {
 TEST_F(RunningServer, PoweringUpAndEnablingNeverStallsTheCycle) {
     ASSERT_EQ(armRequest(dir.file("srciport.sock"), "estop on").rfind("ok", 0), 0u);
     ASSERT_EQ(armRequest(dir.file("srciport.sock"), "estop off").rfind("ok", 0), 0u);
+    ASSERT_TRUE(run("reset").ok()) << "the released emergency stop stays latched until reset";
     transport->resetGap();
     const auto enabled = run("enable", {}, WaitFor::Enabled);
     ASSERT_TRUE(enabled.ok()) << "enable answered " << int(enabled.header.state);

@@ -6,6 +6,7 @@
 #include <fstream>
 #include <string>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <sys/un.h>
 #include <unistd.h>
 
@@ -123,7 +124,13 @@ TEST_F(ControlRequestTest, SocketServesLinesAndSurvivesJunk) {
         ASSERT_EQ(::bind(fd, reinterpret_cast<sockaddr*>(&addr), sizeof addr), 0);
         ::close(fd);
     }
-    ASSERT_TRUE(arm.startControlChannel("srciport.sock"));
+    const mode_t oldMask = ::umask(0);
+    const bool started = arm.startControlChannel("srciport.sock");
+    ::umask(oldMask);
+    ASSERT_TRUE(started);
+    struct stat st {};
+    ASSERT_EQ(::lstat("srciport.sock", &st), 0);
+    EXPECT_EQ(st.st_mode & 07777, 0600u) << "owner only even under umask 0";
     EXPECT_FALSE(arm.startControlChannel("srciport.sock")) << "one channel at a time";
 
     auto a = exchange("srciport.sock", "flags\napp on\r\n", 2);
@@ -159,8 +166,7 @@ TEST_F(ControlRequestTest, SocketServesLinesAndSurvivesJunk) {
     EXPECT_NE(std::system((ctl + " nonsense > /dev/null").c_str()), 0);
     EXPECT_EQ(std::system((ctl + " --help > /dev/null").c_str()), 0);
 #endif
-    stat.poll();
-    EXPECT_EQ(stat.isEStop, 0);
+    EXPECT_EQ(cmd.exitProtect(0), 0) << "the stop input was released through the channel";
 
     arm.stopControlChannel();
     EXPECT_FALSE(fs::exists("srciport.sock"));

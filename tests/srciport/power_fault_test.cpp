@@ -83,7 +83,40 @@ TEST_F(PowerTest, EmergencyStopDropsPowerAndRefuses) {
     EXPECT_EQ(cmd.powerOnRobot(), kErrSafetyStop);
     EXPECT_EQ(cmd.movjAbs(target, 30, 100, 5, 0), kErrSafetyStop);
     arm.setEStop(false);
+    EXPECT_EQ(cmd.exitProtect(0), 0);
     EXPECT_EQ(cmd.powerOnRobot(), 0);
+}
+
+// Releasing a stop's input leaves it latched: power, enable and motion stay refused until the
+// stop is acknowledged, and an acknowledgement while the input is still active changes nothing.
+TEST_F(PowerTest, StopsStayLatchedUntilAcknowledged) {
+    const struct {
+        const char* name;
+        void (SimArm::*set)(bool);
+        uint8_t SrciPortStat::*flag;
+    } rows[] = {{"emergency", &SimArm::setEStop, &SrciPortStat::isEStop},
+                {"protective", &SimArm::setPStop, &SrciPortStat::isPStop}};
+    for (const auto& r : rows) {
+        SCOPED_TRACE(r.name);
+        arm.reset();
+        powerAndEnable();
+        (arm.*r.set)(true);
+        EXPECT_EQ(cmd.exitProtect(0), kErrSafetyStop) << "input still active";
+        (arm.*r.set)(false);
+        stat.poll();
+        EXPECT_EQ(stat.*r.flag, 1) << "released input, stop not yet acknowledged";
+        EXPECT_EQ(cmd.powerOnRobot(), kErrSafetyStop);
+        EXPECT_EQ(cmd.enableRobot(), kErrSafetyStop);
+        arm.step(2);
+        stat.poll();
+        EXPECT_EQ(stat.*r.flag, 1) << "the latch does not time out";
+        EXPECT_EQ(cmd.exitProtect(0), 0);
+        stat.poll();
+        EXPECT_EQ(stat.*r.flag, 0);
+        powerAndEnable();
+        stat.poll();
+        EXPECT_NE(stat.ra_enable_stat, 0);
+    }
 }
 
 TEST_F(PowerTest, ProtectiveStopHaltsAndRefuses) {
