@@ -24,6 +24,12 @@ bool waitForState(bool wanted, int counter, bool (RcItf::*query)()) {
     return (rc->*query)() == wanted;
 }
 
+SrciPortStat& polledStat() {
+    SrciPortStat& s = rcitf_detail::stat();
+    s.poll();
+    return s;
+}
+
 }  // namespace
 
 namespace rcitf_detail {
@@ -105,15 +111,21 @@ void RcItf::setUsrFrame(unsigned char id, POSE pose) {
     rcitf_detail::sleepMs(rcitf_detail::ControllerSequenceWaitTime_ms);
 }
 
+// Selecting the tool or frame the controller already has active changes nothing, so it sends no
+// command and takes no pause; a move that names its unchanged tool and frame never stalls the cycle.
 void RcItf::setToolId(int id) {
     if (id == -1) return;
-    if (id < 0 || id > 15 || rcitf_detail::cmd().setToolId(id) != 0) throw static_cast<int>(err_tools_index);
+    if (id < 0 || id > 15) throw static_cast<int>(err_tools_index);
+    if (polledStat().cur_tool_id == static_cast<uint32_t>(id)) return;
+    if (rcitf_detail::cmd().setToolId(id) != 0) throw static_cast<int>(err_tools_index);
     rcitf_detail::sleepMs(rcitf_detail::ControllerSequenceWaitTime_ms);
 }
 
 void RcItf::setUsrFrameId(int id) {
     if (id == -1) return;
-    if (id < 0 || id > 15 || rcitf_detail::cmd().setFrameId(id) != 0) throw static_cast<int>(err_frames_index);
+    if (id < 0 || id > 15) throw static_cast<int>(err_frames_index);
+    if (polledStat().cur_usrframe_id == static_cast<uint32_t>(id)) return;
+    if (rcitf_detail::cmd().setFrameId(id) != 0) throw static_cast<int>(err_frames_index);
     rcitf_detail::sleepMs(rcitf_detail::ControllerSequenceWaitTime_ms);
 }
 
