@@ -192,9 +192,11 @@ std::vector<double> measureLatency(int moves) {
     std::unique_ptr<srci_plc::TcpTransport> t;
     auto c = connectClient(t, 1);
     enable(*c);
+    // From a known start, so that no move is a no-op that never moves.
+    c->execute(command("move-axes"), moveTo(0), srci_plc::WaitFor::Final, 30000);
     std::vector<double> ms;
     for (int k = 0; k < moves; ++k) {
-        const uint16_t id = c->submit(command("move-axes"), moveTo(k % 2 ? 5 : 0));
+        const uint16_t id = c->submit(command("move-axes"), moveTo(k % 2 ? 0 : 5));
         const auto t0 = std::chrono::steady_clock::now();
         const auto giveUp = t0 + std::chrono::seconds(10);
         while (!srci_plc::decode_status_word(c->last_telegram().status).is_moving) {
