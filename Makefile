@@ -68,7 +68,7 @@ bench: build
 	@echo "figures written to $(BUILD)/bench-results/"
 
 # The running adapter's 4 ms cycle against a bare usleep(4000) loop; see README "Cycle benchmark".
-# BENCH_CYCLE_ARGS=--quick for a short run; the full run takes about 20 minutes.
+# BENCH_CYCLE_ARGS=--quick for a short run; the full run takes about 15 minutes.
 BENCH_CYCLE_ARGS ?=
 bench-cycle: deps $(BUILD)/CMakeCache.txt
 	cmake --build $(BUILD) -j $(JOBS) --target cycle_bench

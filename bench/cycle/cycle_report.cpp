@@ -60,6 +60,39 @@ void writeHistogram(const std::string& dir, const Phase& p, const WindowStats& a
     if (std::system(cmd.c_str()) != 0) std::fprintf(stderr, "cycle_bench: gnuplot failed for %s\n", script.c_str());
 }
 
+// The thresholds next to this run's figures; on a loaded machine read them as a trend.
+void writeTargets(std::ofstream& md, const Report& r, const std::vector<WindowStats>& as,
+                  const std::vector<WindowStats>& bs) {
+    const auto verdict = [](bool ok) { return ok ? "met" : "not met"; };
+    md << "\n## Targets\n\n| target | this run | |\n|---|---|---|\n";
+    for (size_t i = 0; i < r.phases.size(); ++i) {
+        if (r.phases[i].key != "b" || bs[i].deviation.p99 <= 0) continue;
+        const double ratio = as[i].deviation.p99 / bs[i].deviation.p99;
+        md << "| moves: p99 deviation <= 1.2 x loop's | " << fmt(ratio, 2) << " x | " << verdict(ratio <= 1.2) << " |\n";
+    }
+    for (size_t i = 0; i < r.phases.size(); ++i) {
+        if (r.phases[i].key != "a") continue;
+        md << "| idle cycle work p99 <= 60 us, p99.9 <= 150 us | " << fmt(as[i].work.p99) << " / " << fmt(as[i].work.p999)
+           << " us | " << verdict(as[i].work.p99 <= 60 && as[i].work.p999 <= 150) << " |\n";
+    }
+    if (!r.latencyMs.empty()) {
+        const Quantiles q = quantiles(r.latencyMs);
+        md << "| telegram -> IsMoving median <= 12 ms, max <= 16 ms | " << fmt(q.median, 1) << " / " << fmt(q.max, 1)
+           << " ms | " << verdict(q.median <= 12 && q.max <= 16) << " |\n";
+    }
+    std::map<std::string, double> total;
+    for (const ThreadCpu& t : r.cpu) total[t.process] += t.percent;
+    const std::pair<const char*, double> limits[] = {{"srci_server", 1.2}, {"pnio-sim", 0.4}, {"PLC client", 1.0}};
+    for (const auto& [p, limit] : limits)
+        md << "| idle " << p << " <= " << fmt(limit, 1) << " % of a core | " << fmt(total[p], 2) << " % | "
+           << verdict(total[p] <= limit) << " |\n";
+    for (const ScaleRow& s : r.scale) {
+        if (s.stacks != 48 || s.p99s.empty()) continue;
+        const double worst = *std::max_element(s.p99s.begin(), s.p99s.end());
+        md << "| 48 stacks, every p99 < 1 ms | " << fmt(worst) << " us | " << verdict(worst < 1000 && s.failed == 0) << " |\n";
+    }
+}
+
 }  // namespace
 
 std::string machineDescription() {
@@ -144,6 +177,7 @@ void writeReport(const Report& r, const std::string& dir) {
                << (v.empty() ? "-" : fmt(v[v.size() / 2])) << " | " << fmt(s.baselineP99) << " | " << s.failed << " |\n";
         }
     }
+    writeTargets(md, r, as, bs);
     md << "\n## Histograms\n\n";
     for (size_t i = 0; i < r.phases.size(); ++i) {
         writeHistogram(dir, r.phases[i], as[i], bs[i]);
