@@ -15,6 +15,7 @@
 #include <sstream>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "cycle_report.h"
@@ -264,12 +265,12 @@ ScaleRow runScaleStep(const Options& o, int n, const std::string& self) {
     for (int i = 0; i < n; ++i) {
         const std::string dir = root + "/stack" + std::to_string(i);
         fs::create_directories(dir);
-        stacks.push_back(spawn({"unshare", "--ipc", "--net", "--mount", "--fork", "--", "/bin/sh", "-c",
+        stacks.push_back(spawn({"unshare", "--ipc", "--net", "--mount", "--fork", "--kill-child", "--", "/bin/sh", "-c",
                                 "ip link set lo up && mount -t tmpfs tmpfs /dev/shm && exec \"$0\" stack --dir \"$1\" --seconds \"$2\" --server \"$3\" --pnio-sim \"$4\"",
                                 self, dir + "/run", seconds, o.server, o.pnioSim},
                                dir, dir + "/stack.out"));
     }
-    for (pid_t p : stacks) stop(p, 0);  // signal 0 only waits
+    for (pid_t p : stacks) stop(p, 0);  // signal 0: only reaps; each stack ends after its window
     stop(base, SIGKILL);
     const auto baseRecords = loadRecords(root + "/baseline/" + kRecordFile);
     uint64_t lo = UINT64_MAX, hi = 0;
@@ -302,6 +303,7 @@ int runAll(const Options& o, const std::string& self) {
     const pid_t base = spawn({CYCLE_BASELINE_PATH}, root + "/baseline", root + "/baseline/out.txt",
                              {std::string("LD_PRELOAD=") + CYCLE_RECORDER_PATH});
     int rc = 0;
+    std::vector<pid_t> hogs;  // stopped on every way out, a failed scenario included
     try {
         std::unique_ptr<srci_plc::TcpTransport> t;
         auto c = connectClient(t, 4);
@@ -333,12 +335,11 @@ int runAll(const Options& o, const std::string& self) {
         rep.phases.push_back(phase("c", "(c) tool/frame/load writes", from));
 
         progress("(d) idle beside two CPU-bound processes", o.phaseSeconds);
-        const pid_t hog1 = spawnHog(), hog2 = spawnHog();
+        hogs = {spawnHog(), spawnHog()};
         from = monotonicNs();
         c->run_for(static_cast<int>(o.phaseSeconds * 1000));
         rep.phases.push_back(phase("d", "(d) idle beside two CPU-bound processes", from));
-        stop(hog1, SIGKILL);
-        stop(hog2, SIGKILL);
+        for (pid_t& h : hogs) stop(std::exchange(h, -1), SIGKILL);
 
         progress("telegram -> IsMoving with a 1 ms client", o.latencyMoves * 0.3);
         c.reset();
@@ -358,6 +359,7 @@ int runAll(const Options& o, const std::string& self) {
         std::fprintf(stderr, "cycle_bench: %s\n", e.what());
         rc = 1;
     }
+    for (pid_t h : hogs) stop(h, SIGKILL);
     s.stopAll();
     stop(base, SIGKILL);
     if (rc != 0) return rc;

@@ -5,6 +5,7 @@
 #include <fcntl.h>
 #include <netinet/in.h>
 #include <signal.h>
+#include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
@@ -23,6 +24,7 @@ pid_t spawn(const std::vector<std::string>& argv, const std::string& cwd, const 
             const std::vector<std::string>& env) {
     const pid_t pid = fork();
     if (pid != 0) return pid;
+    prctl(PR_SET_PDEATHSIG, SIGKILL);  // an interrupted bench leaves nothing running behind
     if (!cwd.empty() && chdir(cwd.c_str()) != 0) _exit(126);
     const int fd = open(outFile.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
     if (fd >= 0) {
@@ -51,6 +53,7 @@ bool alive(pid_t pid) { return pid > 0 && waitpid(pid, nullptr, WNOHANG) == 0; }
 pid_t spawnHog() {
     const pid_t pid = fork();
     if (pid != 0) return pid;
+    prctl(PR_SET_PDEATHSIG, SIGKILL);
     volatile unsigned long spin = 0;
     for (;;) spin = spin + 1;
 }

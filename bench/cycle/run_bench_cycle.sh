@@ -11,7 +11,7 @@ out=$(realpath -m "$build/bench-results")
 mkdir -p "$out"
 inner='ip link set lo up && mount -t tmpfs tmpfs /dev/shm && exec "$@"'
 if [ "$(id -u)" = 0 ]; then
-  exec unshare --ipc --net --mount --fork -- bash -c "$inner" bench "$bench" run --out "$out" "$@"
+  exec unshare --ipc --net --mount --fork --kill-child -- bash -c "$inner" bench "$bench" run --out "$out" "$@"
 fi
 echo "bench-cycle: not root; trying an unprivileged user namespace (the scale run may be skipped)" >&2
-exec unshare --user --map-root-user --ipc --net --mount --fork -- bash -c "$inner" bench "$bench" run --out "$out" "$@"
+exec unshare --user --map-root-user --ipc --net --mount --fork --kill-child -- bash -c "$inner" bench "$bench" run --out "$out" "$@"
