@@ -162,7 +162,7 @@ void writeReport(const Report& r, const std::string& dir) {
     for (const auto& [p, v] : total) md << "| **" << p << "** | all | **" << fmt(v, 2) << "** |\n";
     md << "\n(/proc counts in clock ticks of 10 ms: over 60 s one tick is 0.017 %.)\n";
 
-    md << "\n## Memory of srci_server\n\nRSS after start " << r.rssStartKiB << " KiB; after " << fmt(r.rssMinutes, 1)
+    md << "\n## Memory of srci_server\n\nRSS (without the recorder's own mapping) after start " << r.rssStartKiB << " KiB; after " << fmt(r.rssMinutes, 1)
        << " min " << r.rssEndKiB << " KiB.\n";
 
     md << "\n## Scale: idle stacks side by side, each in its own namespaces\n\n";
