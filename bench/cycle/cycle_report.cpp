@@ -48,11 +48,11 @@ void writeHistogram(const std::string& dir, const Phase& p, const WindowStats& a
     out.close();
     const std::string script = dir + "/cycle-" + p.key + ".gp";
     std::ofstream gp(script);
-    gp << "set terminal pngcairo size 900,500\n"
+    gp << "set terminal pngcairo size 900,500 noenhanced\n"
        << "set output '" << dir << "/cycle-" << p.key << ".png'\n"
        << "set title 'Period deviation from 4 ms: " << p.title << "'\n"
        << "set xlabel 'deviation [ms] (last bin: 5 ms and more)'\nset ylabel 'cycles'\n"
-       << "set logscale y\nset yrange [0.8:*]\nset style fill transparent solid 0.5\nset boxwidth 0.05\n"
+       << "set logscale y\nset yrange [0.8:*]\nset xrange [-0.6:5.1]\nset style fill transparent solid 0.5\nset boxwidth 0.05\n"
        << "plot '" << data << "' using 1:($2>0?$2:1/0) with boxes title 'srci_server', '" << data
        << "' using 1:($3>0?$3:1/0) with boxes title 'usleep(4000) loop'\n";
     gp.close();
