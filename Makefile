@@ -14,7 +14,7 @@ DEB_PACKAGES := cmake g++ make libgtest-dev libgmock-dev libbenchmark-dev \
                 libcli11-dev nlohmann-json3-dev libcpp-httplib-dev tshark chromium \
                 gnuplot-nox help2man
 
-.PHONY: all deps build test asan tsan fuzz fuzz-ci bench demo clean
+.PHONY: all deps build test asan tsan fuzz fuzz-ci bench bench-cycle demo clean
 
 all: build
 
@@ -68,6 +68,13 @@ bench: build
 	@for b in $(BUILD)/bench/*/bench_*; do [ -x "$$b" ] || continue; \
 	  echo "== $$(basename $$b)"; $$b --benchmark_out=$(BUILD)/bench-results/$$(basename $$b).json --benchmark_out_format=json; done
 	@echo "figures written to $(BUILD)/bench-results/"
+
+# The running adapter's 4 ms cycle against a bare usleep(4000) loop; see README "Cycle benchmark".
+# BENCH_CYCLE_ARGS=--quick for a short run; the full run takes about 15 minutes.
+BENCH_CYCLE_ARGS ?=
+bench-cycle: deps $(BUILD)/CMakeCache.txt
+	cmake --build $(BUILD) -j $(JOBS) --target cycle_bench
+	bench/cycle/run_bench_cycle.sh $(BUILD) $(BENCH_CYCLE_ARGS)
 
 demo: build
 	tools/demo/run_demo.sh $(BUILD)

@@ -23,6 +23,8 @@ public:
     bool pstop() const { return pstop_; }
     int32_t errCode() const { return errCode_; }
     int32_t errType() const { return errType_; }
+    // A power or enable request waits for its due time, so time must keep running.
+    bool pending() const { return powerDue_ >= 0 || enableDue_ >= 0; }
 
     int requestPower(double now);
     void powerOff();

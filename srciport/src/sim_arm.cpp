@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstdio>
 #include <cstring>
+#include <pthread.h>
 #include <time.h>
 
 namespace srciport {
@@ -55,6 +56,7 @@ void SimArm::Impl::tickLocked(double dt) {
 }
 
 void SimArm::Impl::publishLocked() {
+    wakeLocked();
     SrciPortStat& s = status;
     s.cur_tool_id = toolId;
     s.cur_usrframe_id = frameId;
@@ -106,6 +108,7 @@ void SimArm::Impl::publishLocked() {
 }
 
 void SimArm::Impl::threadMain() {
+    pthread_setname_np(pthread_self(), "simarm");
     timespec next;
     clock_gettime(CLOCK_MONOTONIC, &next);
     const long tickNs = static_cast<long>(kTick * 1e9);
@@ -117,8 +120,21 @@ void SimArm::Impl::threadMain() {
         }
         clock_nanosleep(CLOCK_MONOTONIC, TIMER_ABSTIME, &next, nullptr);
         {
-            std::lock_guard<std::mutex> lock(mu);
+            std::unique_lock<std::mutex> lock(mu);
             tickLocked(kTick);
+            // A standing arm with nothing to do costs nothing: the thread sleeps until a command
+            // changes the state, then ticks at once as if the command had come just before a tick.
+            if (quietLocked() && running.load(std::memory_order_relaxed)) {
+                parked = true;
+                wake.wait(lock, [this] { return !parked; });
+                clock_gettime(CLOCK_MONOTONIC, &next);
+                next.tv_nsec -= tickNs;
+                if (next.tv_nsec < 0) {
+                    next.tv_nsec += 1000000000L;
+                    --next.tv_sec;
+                }
+                continue;
+            }
         }
         // After a long stall (debugger, overloaded host) continue from now instead of racing.
         timespec cur;
@@ -169,6 +185,10 @@ void SimArm::startThread() {
 
 void SimArm::stopThread() {
     if (!impl_->running.exchange(false)) return;
+    {
+        std::lock_guard<std::mutex> lock(impl_->mu);
+        impl_->wakeLocked();
+    }
     if (impl_->thread.joinable()) impl_->thread.join();
 }
 

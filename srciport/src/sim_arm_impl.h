@@ -9,6 +9,7 @@
 #include "srciport/sim_arm.h"
 
 #include <atomic>
+#include <condition_variable>
 #include <mutex>
 #include <thread>
 
@@ -35,11 +36,21 @@ struct SimArm::Impl {
     std::mutex startMu;  // serialises start-up of the thread and the channel
     std::thread thread;
     std::atomic<bool> running{false};
+    // While the arm stands with nothing queued or due, the tick thread waits here instead of
+    // ticking; any state change (publishLocked) or power/enable request wakes it at once.
+    bool parked = false;
+    std::condition_variable wake;
     ControlChannel channel;
 
     void resetLocked();
     void tickLocked(double dt);
     void publishLocked();
+    void wakeLocked() {
+        if (!parked) return;
+        parked = false;
+        wake.notify_one();
+    }
+    bool quietLocked() const { return motion.idle() && !motion.moving() && !safety.pending(); }
     MotionContext context() const {
         return {&kin, soft, poseToTransform(tools[toolId]), poseToTransform(frames[frameId])};
     }

@@ -27,6 +27,7 @@ Transform optionalPose(const double* pose) {
 
 int SimArm::powerOn() {
     std::lock_guard<std::mutex> lock(impl_->mu);
+    impl_->wakeLocked();
     return impl_->safety.requestPower(impl_->now);
 }
 
@@ -40,6 +41,7 @@ int SimArm::powerOff() {
 
 int SimArm::enable() {
     std::lock_guard<std::mutex> lock(impl_->mu);
+    impl_->wakeLocked();
     return impl_->safety.requestEnable(impl_->now);
 }
 
