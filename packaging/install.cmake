@@ -81,14 +81,23 @@ endif()
 # --- completion, licence, changelog, Wireshark dissector once it exists ---------------------
 install(FILES ${_pkg}/bash-completion/srci-plc DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions
         COMPONENT runtime)
-install(FILES ${PROJECT_SOURCE_DIR}/LICENSE DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/srci-server RENAME copyright COMPONENT runtime)
+# Debian wants a machine-readable copyright file and a Debian changelog in each package's doc folder.
 if(SRCI_GZIP)
   add_custom_command(OUTPUT ${PROJECT_BINARY_DIR}/changelog.gz
-    COMMAND ${SRCI_GZIP} -9nc ${PROJECT_SOURCE_DIR}/CHANGELOG.md > ${PROJECT_BINARY_DIR}/changelog.gz
-    DEPENDS ${PROJECT_SOURCE_DIR}/CHANGELOG.md)
+    COMMAND ${SRCI_GZIP} -9nc ${_pkg}/debian/changelog > ${PROJECT_BINARY_DIR}/changelog.gz
+    DEPENDS ${_pkg}/debian/changelog)
   add_custom_target(changelog ALL DEPENDS ${PROJECT_BINARY_DIR}/changelog.gz)
-  install(FILES ${PROJECT_BINARY_DIR}/changelog.gz DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/srci-server COMPONENT runtime)
 endif()
+foreach(_component runtime development)
+  set(_docdir ${CMAKE_INSTALL_DATADIR}/doc/srci-server)
+  if(_component STREQUAL "development")
+    set(_docdir ${_docdir}-dev)
+  endif()
+  install(FILES ${_pkg}/debian/copyright DESTINATION ${_docdir} COMPONENT ${_component})
+  if(SRCI_GZIP)
+    install(FILES ${PROJECT_BINARY_DIR}/changelog.gz DESTINATION ${_docdir} COMPONENT ${_component})
+  endif()
+endforeach()
 file(GLOB _dissectors ${PROJECT_SOURCE_DIR}/tools/wireshark/*.lua)
 if(_dissectors)
   install(FILES ${_dissectors} DESTINATION ${CMAKE_INSTALL_LIBDIR}/wireshark/plugins COMPONENT runtime)
@@ -98,12 +107,19 @@ endif()
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME srci-server)
 set(CPACK_PACKAGE_VENDOR "srci-server project")
-set(CPACK_PACKAGE_CONTACT "srci-server maintainers <srci-server@localhost>")
-set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "SRCI robot adapter, PLC client and I/O manager stand-in")
-set(CPACK_PACKAGE_DESCRIPTION "Lets a PLC command a six-axis robot arm through SRCI, the Standard Robot Command
-Interface: the srci_server adapter with its simulated arm, the pnio-sim I/O manager
-stand-in with a TCP gateway, and the srci-plc command-line PLC client.")
+set(CPACK_PACKAGE_CONTACT "srci-server maintainers <srci-server@example.com>")
 set(CPACK_RESOURCE_FILE_LICENSE ${PROJECT_SOURCE_DIR}/LICENSE)
+set(CPACK_STRIP_FILES ON)
+# First line: the synopsis of each package.
+set(CPACK_DEBIAN_RUNTIME_DESCRIPTION "SRCI robot adapter, PLC client and I/O manager stand-in
+Lets a PLC command a six-axis robot arm through SRCI, the Standard Robot
+Command Interface: the srci_server adapter with its simulated arm, the
+pnio-sim I/O manager stand-in with a TCP gateway, the srci-plc command-line
+PLC client and srciport-ctl, with systemd units for adapter and gateway.")
+set(CPACK_DEBIAN_DEVELOPMENT_DESCRIPTION "SRCI interpreter, controller port and PLC client libraries
+Static libraries and headers of the SRCI interpreter (srl), the simulated
+controller port (srciport) and the PLC client (srci_plc_client), with a
+CMake package (find_package(srci_server)) and a pkg-config file.")
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_COMPONENTS_ALL runtime development)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
