@@ -12,9 +12,9 @@ FUZZ_SECONDS ?= 60
 DEB_PACKAGES := cmake g++ make libgtest-dev libgmock-dev libbenchmark-dev \
                 clang libclang-rt-14-dev procps liborocos-kdl-dev ccache \
                 libcli11-dev nlohmann-json3-dev libcpp-httplib-dev tshark chromium \
-                gnuplot-nox help2man
+                gnuplot-nox help2man pkg-config lintian fakeroot
 
-.PHONY: all deps build test asan tsan fuzz fuzz-ci bench bench-cycle demo clean
+.PHONY: all deps build test asan tsan fuzz fuzz-ci bench bench-cycle demo package clean
 
 all: build
 
@@ -76,8 +76,19 @@ bench-cycle: deps $(BUILD)/CMakeCache.txt
 	cmake --build $(BUILD) -j $(JOBS) --target cycle_bench
 	bench/cycle/run_bench_cycle.sh $(BUILD) $(BENCH_CYCLE_ARGS)
 
-demo: build
+# Only the programs the demo runs, not every test and benchmark.
+DEMO_TARGETS := srci_server pnio-sim srci-plc srciport-ctl
+demo: deps $(BUILD)/CMakeCache.txt
+	cmake --build $(BUILD) -j $(JOBS) --target $(DEMO_TARGETS)
 	tools/demo/run_demo.sh $(BUILD)
 
+# Debian packages srci-server and srci-server-dev (CPack) in $(PKG_DIR), installed under /usr.
+PKG_DIR ?= build-package
+package: deps
+	cmake -S . -B $(PKG_DIR) -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCMAKE_INSTALL_PREFIX=/usr -DSRCI_TESTS=OFF -DSRCI_BENCH=OFF
+	cmake --build $(PKG_DIR) -j $(JOBS)
+	cd $(PKG_DIR) && cpack -G DEB
+	@ls -l $(PKG_DIR)/*.deb
+
 clean:
-	rm -rf $(BUILD) $(ASAN_DIR) $(TSAN_DIR) $(FUZZ_DIR)
+	rm -rf $(BUILD) $(ASAN_DIR) $(TSAN_DIR) $(FUZZ_DIR) $(PKG_DIR)

@@ -13,6 +13,7 @@ namespace {
 void usage(FILE* out) {
     std::fputs(
         "usage: srciport-ctl [--socket PATH] REQUEST...\n"
+        "       srciport-ctl --help | --version\n"
         "Sends REQUEST (the words joined by spaces) as one line to the simulated arm's control\n"
         "socket (default ./srciport.sock) and prints the one-line answer.\n"
         "Exit status: 0 for an \"ok\" answer, 1 for an error answer, 2 when the socket fails.\n"
@@ -31,6 +32,10 @@ int main(int argc, char** argv) {
         const std::string a = argv[i];
         if (a == "--help" || a == "-h") {
             usage(stdout);
+            return 0;
+        }
+        if (a == "--version") {
+            std::printf("srciport-ctl %s\n", SRCI_VERSION);
             return 0;
         }
         if (a == "--socket") {

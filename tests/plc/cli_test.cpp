@@ -83,6 +83,7 @@ protected:
         peer.on_command = [this](FakeRobotPeer& p, const ReceivedCommand& c) { robot(p, c); };
         ClientOptions o;
         o.cycle_ms = 0;
+        o.interrupted = [this] { return interrupt_after > 0 && --interrupt_after == 0; };
         client = std::make_unique<Client>(peer, o);
         client->connect();
         runner = std::make_unique<CommandRunner>(*client, 5000, false, Client::Progress{});
@@ -114,7 +115,16 @@ protected:
             p.respond(c.cmd_id, on ? 4 : 10, c.par_seq(), {static_cast<uint8_t>((on ? 1 : 0) | (dir ? 2 : 0))});
             break;
         }
-        case 2101: p.respond(c.cmd_id, 10, c.par_seq(), std::vector<uint8_t>(6, 0)); break;
+        case 2101:
+            p.respond(c.cmd_id, hold_moves ? 4 : 10, c.par_seq(), std::vector<uint8_t>(6, 0));
+            if (hold_moves) held.push_back(c.cmd_id);
+            break;
+        case 2003:  // aborts the held moves, then Done
+            stops.push_back(c.cmd_id);
+            for (uint16_t id : held) p.respond(id, 14, 1, std::vector<uint8_t>(6, 0));
+            held.clear();
+            p.respond(c.cmd_id, 10, c.par_seq(), {0});
+            break;
         case 9000: answer_startup(p, c); configs.push_back(c); break;
         default: answer_startup(p, c); break;
         }
@@ -124,6 +134,9 @@ protected:
     std::unique_ptr<Client> client;
     std::unique_ptr<CommandRunner> runner;
     bool estop = false;
+    bool hold_moves = false;   // moves stay Active
+    int interrupt_after = -1;  // Ctrl-C after this many polls
+    std::vector<uint16_t> stops, held;
     std::vector<uint8_t> jog_directions;
     std::vector<ReceivedCommand> configs;
 };
@@ -198,4 +211,21 @@ TEST(CliProgress, ShowsTheRobotsProgressAndDistanceToGo) {
         e.last_payload = c.payload;
         EXPECT_EQ(format_progress(e, 2000), std::string("  ... ") + c.says);
     }
+}
+
+TEST_F(RunnerTest, InterruptDuringAMoveStopsTheRobotBeforeExiting) {
+    hold_moves = true;
+    CommandRunner forced(*client, 5000, true, Client::Progress{});
+    interrupt_after = 20;
+    EXPECT_THROW(forced.run(line("move-axes 1 2 3 4 5 6")), InterruptedError);
+    const Outcome o = forced.stop_after_interrupt();
+    ASSERT_EQ(stops.size(), 1u);
+    EXPECT_TRUE(o.ok) << format_text(o);
+    EXPECT_EQ(o.note, "interrupted: robot stopped (GroupStop Done)");
+
+    interrupt_after = 5;  // nothing in motion any more: no second GroupStop
+    hold_moves = false;
+    EXPECT_THROW(runner->run(line("sleep 10000")), InterruptedError);
+    EXPECT_EQ(forced.stop_after_interrupt().note, "interrupted; nothing was moving");
+    EXPECT_EQ(stops.size(), 1u);
 }

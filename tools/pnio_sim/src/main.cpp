@@ -2,7 +2,6 @@
 // image and bridges one PLC client on TCP to its SRCI areas.
 #include <unistd.h>
 
-#include <cerrno>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -10,9 +9,14 @@
 #include <memory>
 #include <string>
 
+#include <grp.h>
+
+#include <CLI/CLI.hpp>
+
 #include "pnio_sim/gateway.hpp"
 #include "pnio_sim/process_image.hpp"
 #include "pnio_sim/trace_recorder.hpp"
+#include "pnio_sim/web_view.hpp"
 
 namespace {
 
@@ -20,9 +24,7 @@ volatile std::sig_atomic_t g_stop = 0;
 
 void on_signal(int) { g_stop = 1; }
 
-const char* kHelp = R"(pnio-sim - PROFINET I/O manager stand-in for the SRCI robot adapter
-
-Usage: pnio-sim [--bind ADDR] [--port N] [--no-status] [--trace FILE [--trace-max-mb N]] [--help]
+const char* kAbout = R"(pnio-sim - PROFINET I/O manager stand-in for the SRCI robot adapter
 
 Creates the shared process image (System V shared memory key 204, 1860 bytes)
 and its semaphore (key 5001, initial value 1), holds two attachments to it (the
@@ -31,73 +33,70 @@ the client sends exactly 256 bytes (one PLC->robot telegram, no framing),
 pnio-sim copies them to offset 1348 and answers with the 256 bytes at offset
 1604. It never sends unasked. A new client replaces the old one; a client that
 leaves a telegram incomplete for 200 ms is dropped. While no client is
-connected the PLC->robot area is all zero.
+connected the PLC->robot area is all zero.)";
 
-Options:
-  --bind ADDR   IPv4 address to listen on (default 127.0.0.1)
-  --port N      TCP port (default 5000; 0 picks a free port)
-  --no-status   no once-a-second status line
-  --trace FILE  record every telegram, both directions, in FILE (pcapng;
-                open it in Wireshark with tools/wireshark/srci.lua, or run
-                'srci-plc trace FILE')
-  --trace-max-mb N  rotate the trace at N MiB: FILE moves to FILE.1 (with the
-                same extension, e.g. trace.1.pcapng), so two files remain
-  --help        this text
+const char* kFooter = R"(Prints "pnio-sim: listening on ADDR:PORT" once ready.
 
-Prints "pnio-sim: listening on ADDR:PORT" once ready. SIGINT/SIGTERM remove
-the segment and the semaphore and exit 0. A segment still attached by a live
-process makes pnio-sim refuse to start; one left by a crash (no attachments)
-is removed and reported.
+Segment and semaphore are readable and writable by their owner only (0600);
+with --group NAME also by that group (0660), for an adapter that runs as
+another user of the group.
+
+Restarting: a segment of the right size that the running adapter still uses
+is taken over with its semaphore, so the adapter carries on with the new
+pnio-sim. SIGINT/SIGTERM remove segment and semaphore only when no other
+process is attached any more. A segment held by another pnio-sim makes
+pnio-sim refuse to start; leftovers of a crash are reused or removed and
+reported.
 
 Example:
   pnio-sim --port 5000 &
-  srci-plc --port 5000 status
-)";
+  srci-plc --port 5000 status)";
 
 struct Options {
     std::string bind = "127.0.0.1";
     long port = 5000;
     bool status = true;
+    std::string group;
     std::string trace;
     long trace_max_mb = 0;
+    std::string web;
+    std::string arm_socket;
 };
 
-bool parse(int argc, char** argv, Options& o) {
-    for (int i = 1; i < argc; ++i) {
-        const std::string a = argv[i];
-        if (a == "--help" || a == "-h") {
-            std::fputs(kHelp, stdout);
-            std::exit(0);
-        } else if (a == "--no-status") {
-            o.status = false;
-        } else if (a == "--trace" && i + 1 < argc) {
-            o.trace = argv[++i];
-        } else if (a == "--trace-max-mb" && i + 1 < argc) {
-            char* end = nullptr;
-            o.trace_max_mb = std::strtol(argv[++i], &end, 10);
-            if (*end != '\0' || o.trace_max_mb < 1 || o.trace_max_mb > 1000000) {
-                std::fprintf(stderr, "pnio-sim: --trace-max-mb needs a number of MiB >= 1, not '%s'\n", argv[i]);
-                return false;
-            }
-        } else if ((a == "--bind" || a == "--port") && i + 1 < argc) {
-            const std::string v = argv[++i];
-            if (a == "--bind") {
-                o.bind = v;
-                continue;
-            }
-            char* end = nullptr;
-            errno = 0;
-            o.port = std::strtol(v.c_str(), &end, 10);
-            if (v.empty() || *end != '\0' || errno != 0 || o.port < 0 || o.port > 65535) {
-                std::fprintf(stderr, "pnio-sim: --port needs a number 0..65535, not '%s'\n", v.c_str());
-                return false;
-            }
-        } else {
-            std::fprintf(stderr, "pnio-sim: unknown or incomplete option '%s' (see --help)\n", a.c_str());
-            return false;
-        }
+// All options in one place, so that further gateway options are one line each.
+// Returns -1 to go on, otherwise the exit code (help, version, usage error).
+int parse(int argc, char** argv, Options& o) {
+    CLI::App app{kAbout, "pnio-sim"};
+    app.footer(kFooter);
+    app.set_version_flag("--version", std::string("pnio-sim ") + SRCI_VERSION);
+    app.add_option("--bind", o.bind, "IPv4 address to listen on")->capture_default_str();
+    app.add_option("--port", o.port, "TCP port (0 picks a free port)")->check(CLI::Range(0, 65535))->capture_default_str();
+    app.add_flag("!--no-status", o.status, "no once-a-second status line");
+    app.add_option("--group", o.group, "give this group read/write access to segment and semaphore (0660)");
+    app.add_option("--trace", o.trace,
+                   "record every telegram, both directions, in FILE (pcapng; open it in Wireshark with "
+                   "tools/wireshark/srci.lua, or run 'srci-plc trace FILE')")
+        ->option_text("FILE");
+    app.add_option("--trace-max-mb", o.trace_max_mb,
+                   "rotate the trace at N MiB: FILE moves to FILE.1 (same extension, e.g. trace.1.pcapng), "
+                   "so two files remain")
+        ->option_text("N")
+        ->check(CLI::Range(1L, 1000000L))
+        ->needs("--trace");
+    app.add_option("--web", o.web,
+                   "serve a live view of the link and the robot on http://ADDR:PORT/ (ADDR defaults to "
+                   "127.0.0.1; PORT 0 picks one)")
+        ->option_text("[ADDR:]PORT");
+    app.add_option("--arm-socket", o.arm_socket,
+                   "the simulated arm's control channel (srciport.sock); the live view reads the joints "
+                   "there when the PLC does not request the cyclic joint and Cartesian blocks")
+        ->option_text("PATH");
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError& e) {
+        return app.exit(e);
     }
-    return true;
+    return -1;
 }
 
 void log_line(const std::string& s) { std::fprintf(stderr, "pnio-sim: %s\n", s.c_str()); }
@@ -128,7 +127,17 @@ private:
 
 int main(int argc, char** argv) {
     Options opt;
-    if (!parse(argc, argv, opt)) return 2;
+    if (const int code = parse(argc, argv, opt); code >= 0) return code == 0 ? 0 : 2;
+    pnio_sim::ImageAccess access;
+    if (!opt.group.empty()) {
+        const group* g = getgrnam(opt.group.c_str());
+        if (g == nullptr) {
+            std::fprintf(stderr, "pnio-sim: --group: no group named '%s'\n", opt.group.c_str());
+            return 2;
+        }
+        access.mode = 0660;
+        access.gid = static_cast<int>(g->gr_gid);
+    }
 
     struct sigaction sa {};
     sa.sa_handler = on_signal;
@@ -138,26 +147,35 @@ int main(int argc, char** argv) {
     std::signal(SIGPIPE, SIG_IGN);
 
     try {
-        pnio_sim::ProcessImage image(pnio_sim::kShmKey, pnio_sim::kSemKey, log_line);
+        pnio_sim::ProcessImage image(pnio_sim::kShmKey, pnio_sim::kSemKey, log_line, access);
         try {
-            std::unique_ptr<pnio_sim::TraceRecorder> trace;
-            if (!opt.trace.empty())
-                trace = std::make_unique<pnio_sim::TraceRecorder>(opt.trace, uint64_t(opt.trace_max_mb) << 20, log_line);
             pnio_sim::Gateway gateway(image, opt.bind, static_cast<uint16_t>(opt.port), log_line);
-            if (trace) gateway.add_tap(trace.get()), log_line("recording every telegram to " + opt.trace);
             image.describe("pnio-sim " + opt.bind + ":" + std::to_string(gateway.port()), gateway.address());
             image.set_connection_state(false);
             std::printf("pnio-sim: listening on %s:%u\n", opt.bind.c_str(), gateway.port());
             std::fflush(stdout);
+            std::unique_ptr<pnio_sim::TraceRecorder> trace;
+            if (!opt.trace.empty()) {
+                trace = std::make_unique<pnio_sim::TraceRecorder>(opt.trace, uint64_t(opt.trace_max_mb) << 20, log_line);
+                gateway.add_tap(trace.get());
+                log_line("recording every telegram to " + opt.trace);
+            }
+            std::unique_ptr<pnio_sim::web::WebView> web;
+            if (!opt.web.empty()) {
+                web = pnio_sim::web::start_web_view(opt.web, opt.arm_socket, log_line);
+                gateway.add_tap(web.get());
+            } else if (!opt.arm_socket.empty()) {
+                log_line("--arm-socket is only used by the live view (--web); ignored");
+            }
             StatusLine status(opt.status);
             gateway.run(g_stop, [&](const pnio_sim::GatewayStats& s) { status(s); });
         } catch (const std::exception& e) {
             log_line(e.what());
-            return 1;  // image destructor still removes segment and semaphore
+            return 1;  // the image destructor still detaches (and removes when unused)
         }
-        image.remove();
+        const std::string what = image.remove();
         if (opt.status) std::printf("\n");
-        log_line("stopped; shared memory segment and semaphore removed");
+        log_line("stopped; " + what);
     } catch (const pnio_sim::ImageError& e) {
         log_line(std::string("cannot start: ") + e.what());
         return 1;

@@ -17,35 +17,76 @@ void* attach(int id) {
     return p == reinterpret_cast<void*>(-1) ? nullptr : p;
 }
 
-int create_segment(int key, const ProcessImage::Log& log) {
-    int id = shmget(key, kShmSize, IPC_CREAT | IPC_EXCL | 0666);
+void apply_access(int shm_id, int sem_id, const ImageAccess& access) {
+    shmid_ds ds{};
+    if (shm_id >= 0 && shmctl(shm_id, IPC_STAT, &ds) == 0) {
+        ds.shm_perm.mode = static_cast<unsigned short>(access.mode);
+        if (access.gid >= 0) ds.shm_perm.gid = static_cast<gid_t>(access.gid);
+        if (shmctl(shm_id, IPC_SET, &ds) != 0) throw ImageError(errno_text("shmctl(IPC_SET)"));
+    }
+    semid_ds sds{};
+    union {
+        semid_ds* buf;
+    } arg{&sds};
+    if (sem_id >= 0 && semctl(sem_id, 0, IPC_STAT, arg) == 0) {
+        sds.sem_perm.mode = static_cast<unsigned short>(access.mode);
+        if (access.gid >= 0) sds.sem_perm.gid = static_cast<gid_t>(access.gid);
+        if (semctl(sem_id, 0, IPC_SET, arg) != 0) throw ImageError(errno_text("semctl(IPC_SET)"));
+    }
+}
+
+// Returns the id of a segment to use; attached_before counts the attachments of a segment
+// that is taken over (-1: a new one).
+int open_segment(int key, int mode, const ProcessImage::Log& log, int& attached_before) {
+    int id = shmget(key, kShmSize, IPC_CREAT | IPC_EXCL | mode);
     if (id >= 0) return id;
     if (errno != EEXIST) throw ImageError(errno_text("shmget(create)"));
     const int old = shmget(key, 0, 0);
     if (old < 0) throw ImageError(errno_text("shmget(existing)"));
     shmid_ds ds{};
     if (shmctl(old, IPC_STAT, &ds) != 0) throw ImageError(errno_text("shmctl(IPC_STAT)"));
-    if (ds.shm_nattch != 0) {
+    // A gateway keeps two attachments; the adapter adds one. Two or more mean a gateway runs.
+    if (ds.shm_nattch >= 2) {
         throw ImageError("shared memory key " + std::to_string(key) + " is in use: " +
                          std::to_string(ds.shm_nattch) + " attachment(s), last by pid " +
                          std::to_string(ds.shm_lpid) + " - is another pnio-sim running?");
     }
+    if (ds.shm_segsz == kShmSize) {
+        attached_before = static_cast<int>(ds.shm_nattch);
+        log(ds.shm_nattch == 0
+                ? "reusing the stale shared memory segment (key " + std::to_string(key) + ", no attachments)"
+                : "reusing the shared memory segment of the running adapter (key " + std::to_string(key) + ", pid " +
+                      std::to_string(ds.shm_lpid) + ")");
+        return old;
+    }
+    if (ds.shm_nattch != 0)
+        throw ImageError("shared memory key " + std::to_string(key) + " has " + std::to_string(ds.shm_segsz) +
+                         " bytes instead of " + std::to_string(kShmSize) + " and is attached by pid " +
+                         std::to_string(ds.shm_lpid));
     if (shmctl(old, IPC_RMID, nullptr) != 0) throw ImageError(errno_text("shmctl(IPC_RMID) of the stale segment"));
-    log("removed stale shared memory segment (key " + std::to_string(key) + ", no attachments, left by a crash)");
-    id = shmget(key, kShmSize, IPC_CREAT | IPC_EXCL | 0666);
+    log("removed stale shared memory segment (key " + std::to_string(key) + ", wrong size, no attachments)");
+    id = shmget(key, kShmSize, IPC_CREAT | IPC_EXCL | mode);
     if (id < 0) throw ImageError(errno_text("shmget(create)"));
     return id;
 }
 
-// The segment has just been created by us, so any semaphore under the key is
-// left over from an earlier run.
-int create_semaphore(int key, const ProcessImage::Log& log) {
-    int id = semget(key, 1, IPC_CREAT | IPC_EXCL | 0666);
+// With a fresh segment any semaphore under the key is left over and removed (its value is
+// unknown); with a reused segment the adapter may hold the semaphore right now, so it is kept.
+int open_semaphore(int key, int mode, bool keep_existing, const ProcessImage::Log& log) {
+    int id = semget(key, 1, IPC_CREAT | IPC_EXCL | mode);
     if (id < 0 && errno == EEXIST) {
         const int old = semget(key, 0, 0);
+        semid_ds sds{};
+        union {
+            semid_ds* buf;
+        } arg{&sds};
+        if (keep_existing && old >= 0 && semctl(old, 0, IPC_STAT, arg) == 0 && sds.sem_nsems == 1) {
+            log("reusing the existing semaphore (key " + std::to_string(key) + ")");
+            return old;
+        }
         if (old >= 0 && semctl(old, 0, IPC_RMID) == 0)
             log("removed stale semaphore (key " + std::to_string(key) + ")");
-        id = semget(key, 1, IPC_CREAT | IPC_EXCL | 0666);
+        id = semget(key, 1, IPC_CREAT | IPC_EXCL | mode);
     }
     if (id < 0) throw ImageError(errno_text("semget(create)"));
     union {
@@ -60,10 +101,13 @@ int create_semaphore(int key, const ProcessImage::Log& log) {
 
 }  // namespace
 
-ProcessImage::ProcessImage(int shm_key, int sem_key, const Log& log) {
-    shm_id_ = create_segment(shm_key, log);
+ProcessImage::ProcessImage(int shm_key, int sem_key, const Log& log, ImageAccess access) {
+    int attached_before = -1;
+    shm_id_ = open_segment(shm_key, access.mode, log, attached_before);
+    reused_ = attached_before >= 0;
     try {
-        sem_id_ = create_semaphore(sem_key, log);
+        sem_id_ = open_semaphore(sem_key, access.mode, attached_before > 0, log);
+        apply_access(shm_id_, sem_id_, access);
         image_ = static_cast<PNDevShm*>(attach(shm_id_));
         // The adapter only attaches once it sees exactly two attachments.
         second_attach_ = attach(shm_id_);
@@ -72,8 +116,8 @@ ProcessImage::ProcessImage(int shm_key, int sem_key, const Log& log) {
         remove();
         throw;
     }
+    lock();  // the adapter may be reading a reused image right now
     std::memset(image_, 0, sizeof(PNDevShm));
-    lock();
     image_->control.enable = 1;
     image_->state.state = kStateNoPlc;
     image_->state.version = kImageVersion;
@@ -131,7 +175,7 @@ bool ProcessImage::describe(const std::string& name, uint32_t ip) {
     return true;
 }
 
-void ProcessImage::remove() {
+std::string ProcessImage::remove() {
     if (image_ != nullptr && lock()) {
         image_->control.enable = 0;
         image_->control.srci_active = 0;
@@ -142,10 +186,23 @@ void ProcessImage::remove() {
     if (second_attach_ != nullptr) shmdt(second_attach_);
     image_ = nullptr;
     second_attach_ = nullptr;
-    if (shm_id_ >= 0) shmctl(shm_id_, IPC_RMID, nullptr);
-    if (sem_id_ >= 0) semctl(sem_id_, 0, IPC_RMID);
+    std::string what;
+    if (shm_id_ >= 0) {
+        shmid_ds ds{};
+        const bool attached = shmctl(shm_id_, IPC_STAT, &ds) == 0 && ds.shm_nattch > 0;
+        if (attached) {
+            // Removing them under a running adapter would leave it without a process image for good.
+            what = "shared memory segment and semaphore left for " + std::to_string(ds.shm_nattch) +
+                   " attached process(es)";
+        } else {
+            shmctl(shm_id_, IPC_RMID, nullptr);
+            if (sem_id_ >= 0) semctl(sem_id_, 0, IPC_RMID);
+            what = "shared memory segment and semaphore removed";
+        }
+    }
     shm_id_ = -1;
     sem_id_ = -1;
+    return what;
 }
 
 }  // namespace pnio_sim

@@ -172,6 +172,21 @@ Outcome CommandRunner::execute(const CommandLine& line) {
     return finish(std::move(o), commands_.run(n, v, !line.no_wait));
 }
 
+Outcome CommandRunner::stop_after_interrupt() {
+    Outcome o;
+    o.command = "stop";
+    if (!client_.motion_pending()) {
+        o.note = "interrupted; nothing was moving";
+        return o;
+    }
+    const CommandDef& def = lookup("stop");
+    o.cmd_type = def.cmd_type;
+    o = finish(std::move(o), client_.execute(def, {}, WaitFor::Final, kStopWaitMs));
+    o.note = o.ok ? "interrupted: robot stopped (GroupStop Done)"
+                  : "interrupted: GroupStop sent, no confirmation within " + std::to_string(kStopWaitMs) + " ms";
+    return o;
+}
+
 std::string CommandRunner::enable_refusal() const {
     const auto& m = client_.messages();
     for (auto it = m.rbegin(); it != m.rend(); ++it)

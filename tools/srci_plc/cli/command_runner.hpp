@@ -29,6 +29,9 @@ class CommandRunner {
 public:
     CommandRunner(Client& client, int timeout_ms, bool force, Client::Progress progress);
     Outcome run(const CommandLine& line);
+    // After an interrupted wait: GroupStop when something moves, waiting at most kStopWaitMs.
+    Outcome stop_after_interrupt();
+    static constexpr int kStopWaitMs = 1000;
 
 private:
     Outcome run_status();

@@ -1,6 +1,9 @@
 // srci-plc: a PLC stand-in that speaks SRCI to the robot through the raw
 // lockstep TCP gateway (pnio-sim).
+#include <atomic>
+#include <csignal>
 #include <cstdio>
+#include <unistd.h>
 #include <fstream>
 #include <iostream>
 #include <memory>
@@ -21,7 +24,29 @@ constexpr int kExitOk = 0;
 constexpr int kExitCommandFailed = 1;
 constexpr int kExitUsage = 2;
 constexpr int kExitConnection = 3;
+constexpr int kExitInterrupted = 130;
 constexpr size_t kMaxScriptBytes = 1 << 20;
+
+// First Ctrl-C: the running wait ends and the robot is stopped. Second: exit at once.
+std::atomic<int> g_interrupts{0};
+std::atomic<bool> g_stop_requested{false};
+
+extern "C" void on_interrupt(int) {
+    if (g_interrupts.fetch_add(1) >= 1) {
+        const char text[] = "\nsrci-plc: second interrupt, exiting without waiting for the robot\n";
+        (void)!::write(STDERR_FILENO, text, sizeof text - 1);
+        ::_exit(kExitInterrupted);
+    }
+    g_stop_requested = true;
+}
+
+void install_interrupt_handler() {
+    struct sigaction sa {};
+    sa.sa_handler = on_interrupt;
+    sigemptyset(&sa.sa_mask);
+    ::sigaction(SIGINT, &sa, nullptr);
+    ::sigaction(SIGTERM, &sa, nullptr);
+}
 
 struct ScriptLine {
     std::string where;
@@ -134,6 +159,7 @@ int main(int argc, char** argv) {
     const auto progress = [](const AcrEntry& e, double elapsed_ms) {
         std::cerr << format_progress(e, elapsed_ms) << std::endl;
     };
+    co.interrupted = [] { return g_stop_requested.exchange(false); };
     co.on_startup_wait = [](const std::string& what, double elapsed_ms) {
         std::fprintf(stderr, "  ... %s (%.0f s)\n", what.c_str(), elapsed_ms / 1000.0);
     };
@@ -150,6 +176,7 @@ int main(int argc, char** argv) {
     }
 
     CommandRunner runner(*client, opt.timeout_ms, opt.force, progress);
+    install_interrupt_handler();
     for (const ScriptLine& line : commands) {
         try {
             const Outcome o = runner.run(line.command);
@@ -158,6 +185,15 @@ int main(int argc, char** argv) {
                 if (commands.size() > 1) std::cerr << "srci-plc: stopped at " << line.where << std::endl;
                 return kExitCommandFailed;
             }
+        } catch (const InterruptedError&) {
+            std::cerr << "\nsrci-plc: interrupted during " << line.command.name
+                      << "; stopping the robot (Ctrl-C again to exit at once)" << std::endl;
+            try {
+                print_outcome(opt, runner.stop_after_interrupt());
+            } catch (const std::exception& e) {
+                print_failure(opt, "stop", e.what());
+            }
+            return kExitInterrupted;
         } catch (const UsageError& e) {
             print_failure(opt, line.command.name, line.where + ": " + e.what());
             return kExitUsage;

@@ -233,12 +233,25 @@ CommandResult Client::snapshot(uint16_t cmd_id, const AcrEntry& e, double elapse
     return r;
 }
 
+void Client::check_interrupt() const {
+    if (opt_.interrupted && opt_.interrupted()) throw InterruptedError("interrupted");
+}
+
+bool Client::motion_pending() {
+    bool busy = false;
+    acr_.for_each_used([&](uint16_t, AcrEntry& e) {
+        busy = busy || (!e.release_pending && (e.def->kind == CommandKind::Motion || e.def->cmd_type == cmd_type::kGroupJog));
+    });
+    return busy;
+}
+
 CommandResult Client::wait_until(uint16_t cmd_id, const std::function<bool(const AcrEntry&)>& done, int timeout_ms,
                                  const Progress& progress) {
     const long long start = now_ms();
     long long next_progress = start + 1000;
     for (;;) {
         cycle();
+        check_interrupt();
         const long long now = now_ms();
         const AcrEntry* e = acr_.find(cmd_id);
         if (e == nullptr) throw ClientError("CmdID " + std::to_string(cmd_id) + " vanished from the register");
@@ -304,13 +317,17 @@ bool Client::wait_motion_idle(int timeout_ms, const Progress& progress) {
             next_progress += 1000;
         }
         cycle();
+        check_interrupt();
         if (!initialized_) throw ClientError("initialization lost: TelegramState " + state_text(rx_.telegram_state));
     }
 }
 
 void Client::run_for(int ms) {
     const long long end = now_ms() + ms;
-    while (now_ms() < end) cycle();
+    while (now_ms() < end) {
+        cycle();
+        check_interrupt();
+    }
 }
 
 std::vector<CommandResult> Client::take_completed() {

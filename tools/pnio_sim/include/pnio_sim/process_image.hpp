@@ -16,14 +16,22 @@ public:
     using std::runtime_error::runtime_error;
 };
 
+// Who may open the segment and the semaphore: the owner only, or also one group.
+struct ImageAccess {
+    int mode = 0600;
+    int gid = -1;  // >= 0: this group gets read/write (mode 0660)
+};
+
 class ProcessImage {
 public:
     using Log = std::function<void(const std::string&)>;
 
-    // Throws ImageError if the key is held by a live process or IPC fails.
-    // A stale segment (no attachments) or a stale semaphore is removed first
-    // and reported through log.
-    ProcessImage(int shm_key, int sem_key, const Log& log);
+    // A segment of the right size that only the adapter (or nobody) still uses
+    // is taken over together with its semaphore, so a running adapter sees the
+    // new gateway. Throws ImageError if another gateway holds the key, the
+    // segment has the wrong size while attached, or IPC fails. Leftovers of a
+    // wrong size are removed first and reported through log.
+    ProcessImage(int shm_key, int sem_key, const Log& log, ImageAccess access = {});
     ~ProcessImage();
     ProcessImage(const ProcessImage&) = delete;
     ProcessImage& operator=(const ProcessImage&) = delete;
@@ -34,8 +42,10 @@ public:
     bool set_connection_state(bool plc_connected);
     bool describe(const std::string& name, uint32_t ip);
 
-    // Detaches and removes segment and semaphore (also done by the destructor).
-    void remove();
+    // Detaches; removes segment and semaphore only when no other process is
+    // attached any more (also done by the destructor). Says what it did.
+    std::string remove();
+    bool reused() const { return reused_; }
 
 private:
     bool lock();
@@ -45,6 +55,7 @@ private:
     int sem_id_ = -1;
     PNDevShm* image_ = nullptr;
     void* second_attach_ = nullptr;
+    bool reused_ = false;
 };
 
 }  // namespace pnio_sim

@@ -19,6 +19,12 @@ public:
     using std::runtime_error::runtime_error;
 };
 
+// The user asked to stop (Ctrl-C); the wait that noticed it ends with this.
+class InterruptedError : public ClientError {
+public:
+    using ClientError::ClientError;
+};
+
 struct RobotMessage {
     uint8_t msg_id = 0;
     uint8_t type = 0;
@@ -45,6 +51,8 @@ struct ClientOptions {
     std::function<void(const RobotMessage&)> on_message;
     // Called once a second while the start-up waits for the robot to initialise.
     std::function<void(const std::string& what, double elapsed_ms)> on_startup_wait;
+    // Polled every cycle of a wait; true ends the wait with InterruptedError.
+    std::function<bool()> interrupted;
 };
 
 enum class WaitFor : uint8_t {
@@ -98,6 +106,8 @@ public:
     const std::vector<DecodedField>& robot_data() const { return robot_data_; }
     const std::vector<uint8_t>& supported_functions() const { return supported_; }
     bool supports(const CommandDef& def) const;
+    // A motion command or a jog is still in the register.
+    bool motion_pending();
     uint16_t exchange_config_id() const { return exchange_config_id_; }
     const Acr& acr() const { return acr_; }
     uint16_t length_acr() const { return length_acr_; }
@@ -111,6 +121,7 @@ private:
     void handle_response(uint16_t cmd_id, std::vector<uint8_t> payload);
     void handle_message(AcrEntry& entry);
     void drive_control();
+    void check_interrupt() const;
     void advance_sequence_if_acked();
     CommandResult snapshot(uint16_t cmd_id, const AcrEntry& e, double elapsed_ms) const;
     uint16_t start_step(uint16_t cmd_type, const ParamValues& values);
