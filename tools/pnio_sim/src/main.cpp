@@ -7,10 +7,12 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <memory>
 #include <string>
 
 #include "pnio_sim/gateway.hpp"
 #include "pnio_sim/process_image.hpp"
+#include "pnio_sim/web_view.hpp"
 
 namespace {
 
@@ -20,7 +22,8 @@ void on_signal(int) { g_stop = 1; }
 
 const char* kHelp = R"(pnio-sim - PROFINET I/O manager stand-in for the SRCI robot adapter
 
-Usage: pnio-sim [--bind ADDR] [--port N] [--no-status] [--help]
+Usage: pnio-sim [--bind ADDR] [--port N] [--no-status] [--web [ADDR:]PORT]
+                [--arm-socket PATH] [--help]
 
 Creates the shared process image (System V shared memory key 204, 1860 bytes)
 and its semaphore (key 5001, initial value 1), holds two attachments to it (the
@@ -35,6 +38,11 @@ Options:
   --bind ADDR   IPv4 address to listen on (default 127.0.0.1)
   --port N      TCP port (default 5000; 0 picks a free port)
   --no-status   no once-a-second status line
+  --web [ADDR:]PORT  serve a live view of the link and the robot on
+                http://ADDR:PORT/ (ADDR defaults to 127.0.0.1; PORT 0 picks one)
+  --arm-socket PATH  the simulated arm's control channel (srciport.sock); the
+                live view reads the joints there when the PLC does not request
+                the cyclic joint and Cartesian blocks
   --help        this text
 
 Prints "pnio-sim: listening on ADDR:PORT" once ready. SIGINT/SIGTERM remove
@@ -51,6 +59,8 @@ struct Options {
     std::string bind = "127.0.0.1";
     long port = 5000;
     bool status = true;
+    std::string web;
+    std::string arm_socket;
 };
 
 bool parse(int argc, char** argv, Options& o) {
@@ -61,6 +71,8 @@ bool parse(int argc, char** argv, Options& o) {
             std::exit(0);
         } else if (a == "--no-status") {
             o.status = false;
+        } else if ((a == "--web" || a == "--arm-socket") && i + 1 < argc) {
+            (a == "--web" ? o.web : o.arm_socket) = argv[++i];
         } else if ((a == "--bind" || a == "--port") && i + 1 < argc) {
             const std::string v = argv[++i];
             if (a == "--bind") {
@@ -127,6 +139,11 @@ int main(int argc, char** argv) {
             image.set_connection_state(false);
             std::printf("pnio-sim: listening on %s:%u\n", opt.bind.c_str(), gateway.port());
             std::fflush(stdout);
+            std::unique_ptr<pnio_sim::web::WebView> web;
+            if (!opt.web.empty()) {
+                web = pnio_sim::web::start_web_view(opt.web, opt.arm_socket, log_line);
+                gateway.add_tap(web.get());
+            }
             StatusLine status(opt.status);
             gateway.run(g_stop, [&](const pnio_sim::GatewayStats& s) { status(s); });
         } catch (const std::exception& e) {
