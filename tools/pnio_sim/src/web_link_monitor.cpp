@@ -73,12 +73,22 @@ void LinkMonitor::exchange(const uint8_t* plc, const uint8_t* robot, size_t len,
         for (const auto& f : p.fragments) plc_fragment(f, now);
     }
 
-    // The robot keeps the layout it latched at initialisation until the next one, so a new client
-    // asking for other cyclic data sees the old layout for a while.
+    // The robot lays its telegram out as the PLC asked when it last initialised the link, and keeps
+    // that layout until the next initialisation, also for a new client that asks for other data.
+    // TelegramState sits before any optional data, so it is readable before the layout is known.
+    if (p.control == srci_plc::Control::Initialize) init_layout_ = p.tn_rob_to_plc;
+    const uint8_t robot_state = robot[3];
+    if (robot_state == srci_plc::telegram_state::kInitialized && previous_robot_state_ != robot_state && init_layout_) {
+        latched_layout_ = *init_layout_;
+        init_layout_.reset();
+    }
+    previous_robot_state_ = robot_state;
+    // Without an initialisation seen, the PLC's request is the best guess, then what decoded last.
+    const uint16_t layout = latched_layout_ ? *latched_layout_ : p.tn_rob_to_plc;
     srci_plc::RobotTelegram r;
-    if (srci_plc::decode_robot_telegram(robot, len, p.tn_rob_to_plc, r, error)) {
-        robot_layout_ = p.tn_rob_to_plc;
-    } else if (robot_layout_ == p.tn_rob_to_plc ||
+    if (srci_plc::decode_robot_telegram(robot, len, layout, r, error)) {
+        robot_layout_ = layout;
+    } else if (latched_layout_ || robot_layout_ == layout ||
                !srci_plc::decode_robot_telegram(robot, len, robot_layout_, r, error)) {
         ++link_.decode_errors;
         link_.last_decode_error = "robot telegram: " + error;

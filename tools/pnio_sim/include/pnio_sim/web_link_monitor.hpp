@@ -3,6 +3,7 @@
 // decoders and keeps the link state, the PLC's commands with their state history and the robot's
 // messages. Single-threaded: the gateway thread feeds it.
 #include <map>
+#include <optional>
 
 #include "pnio_sim/web_live_state.hpp"
 #include "srci_plc/plc_telegram.hpp"
@@ -35,7 +36,10 @@ private:
     int last_seq_ = -1;
     int last_ack_ = -1;
     bool tool_frame_always_ = false;
-    uint16_t robot_layout_ = 0;  // TelegramNumberRobToPlc of the last robot telegram decoded
+    uint16_t robot_layout_ = 0;                // TelegramNumberRobToPlc of the last robot telegram decoded
+    std::optional<uint16_t> init_layout_;      // asked for by the PLC's INITIALIZE
+    std::optional<uint16_t> latched_layout_;   // in force since the robot reported INITIALIZED
+    uint8_t previous_robot_state_ = 0;
     std::map<uint16_t, uint8_t> first_action_;  // FragmentAction of the first fragment per CmdID
     srci_plc::ResponseAssembler plc_parts_;
     srci_plc::ResponseAssembler robot_parts_;
