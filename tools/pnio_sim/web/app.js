@@ -24,7 +24,7 @@ function renderLink(l) {
   ts.title = 'TelegramState ' + l.telegramState.value;
   const ls = (who, x) => `${who} lifesign <b class="pill ${x.alive ? 'ok' : 'bad'}">${x.value} ${x.alive ? 'alive' : 'stopped'}</b>`;
   $('lifesigns').innerHTML = ls('PLC', l.lifesign.plc) + ' ' + ls('robot', l.lifesign.robot);
-  $('client').textContent = (l.connected ? 'connected' : 'not connected') + (l.connection ? ' – ' + l.connection : '');
+  $('client').textContent = l.connected ? l.connection.replace(/^PLC client /, '') : 'not connected' + (l.connection ? ' (' + l.connection + ')' : '');
   $('control').textContent = `${l.control} · PLC ${l.version.plc} / robot ${l.version.robot} · TelegramNumber ${l.telegramNumber.plcToRobot} / ${l.telegramNumber.robotToPlc}`;
   const s = l.status;
   $('status-flags').innerHTML = flag('enabled', s.enabled) + flag('moving', s.moving) + flag('error pending', s.errorPending, true) +
@@ -63,34 +63,39 @@ function renderJoints(r) {
   drawView($('top'), r.chain, 0, 1);
 }
 
+// One orthogonal projection of the link chain; h and v pick the base axes drawn right and up.
 function drawView(canvas, chain, h, v) {
   const g = canvas.getContext('2d');
   const W = canvas.width, H = canvas.height;
   g.clearRect(0, 0, W, H);
-  const scale = W / 2400; // 2.4 m across
-  const ox = W / 2, oy = v === 2 ? H - 30 : H / 2;
+  const scale = W / 2500; // 2.5 m across: the arm reaches about 1.1 m to every side
+  const ox = W / 2, oy = v === 2 ? H - 40 : H / 2;
   g.strokeStyle = '#e1e4ea';
   g.lineWidth = 1;
-  for (let m = -1200; m <= 1200; m += 200) {
+  for (let m = -1400; m <= 1400; m += 200) {
     g.beginPath(); g.moveTo(ox + m * scale, 0); g.lineTo(ox + m * scale, H); g.stroke();
     g.beginPath(); g.moveTo(0, oy - m * scale); g.lineTo(W, oy - m * scale); g.stroke();
   }
+  g.fillStyle = '#7a8194';
+  g.font = '18px system-ui, sans-serif';
+  g.fillText(v === 2 ? 'x →   z ↑   (grid 200 mm)' : 'x →   y ↑   (grid 200 mm)', 8, 22);
   g.fillStyle = '#596074';
-  if (v === 2) g.fillRect(ox - 40 * scale * 3, oy, 80 * scale * 3, 8);
+  if (v === 2) g.fillRect(ox - 60 * scale, oy, 120 * scale, 12);
+  else { g.beginPath(); g.arc(ox, oy, 60 * scale, 0, 2 * Math.PI); g.fill(); }
   if (!chain) return;
   const pts = chain.map((p) => [ox + p[h] * scale, oy - p[v] * scale]);
   g.strokeStyle = '#e07b00';
-  g.lineWidth = 7;
+  g.lineWidth = 12;
   g.lineCap = 'round';
   g.lineJoin = 'round';
   g.beginPath();
   pts.forEach(([x, y], i) => (i ? g.lineTo(x, y) : g.moveTo(x, y)));
   g.stroke();
   g.fillStyle = '#1d2330';
-  pts.forEach(([x, y]) => { g.beginPath(); g.arc(x, y, 3.5, 0, 2 * Math.PI); g.fill(); });
+  pts.forEach(([x, y]) => { g.beginPath(); g.arc(x, y, 6, 0, 2 * Math.PI); g.fill(); });
   const [fx, fy] = pts[pts.length - 1];
   g.fillStyle = '#2d6cdf';
-  g.beginPath(); g.arc(fx, fy, 5, 0, 2 * Math.PI); g.fill();
+  g.beginPath(); g.arc(fx, fy, 9, 0, 2 * Math.PI); g.fill();
 }
 
 function historyText(c) {
