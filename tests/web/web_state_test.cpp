@@ -79,6 +79,17 @@ TEST(LiveViewModel, FollowsAMoveFromBufferedToDoneAndKeepsItAsFinished) {
     EXPECT_EQ(c["finished"][0]["cmdId"], 3);
     EXPECT_EQ(history(c["finished"][0]), (std::vector<std::string>{"Buffered", "Active", "Done"}));
     EXPECT_EQ(c["finished"][0]["note"], "");
+
+    // The PLC reuses the freed CmdID at once while the robot still repeats the old Done under the
+    // same ACK: that Done belongs to the old command, not to the new one.
+    Robot stale;
+    stale.ack = l.ack;
+    stale.fragments = {response(3, 10)};
+    const auto p = plc(++l.seq, {command(3, 2103)});
+    const auto b = stale.bytes();
+    l.m.exchange(p.data(), b.data(), 256, l.now += 4);
+    ASSERT_EQ(l.commands()["inFlight"].size(), 1u);
+    EXPECT_EQ(l.commands()["inFlight"][0]["state"], "Sent");
 }
 
 TEST(LiveViewModel, FinalAnswersCarryTheirSeverityAndCodeByName) {
