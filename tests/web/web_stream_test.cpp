@@ -176,7 +176,7 @@ TEST_F(Served, WithoutCyclicBlocksTheArmsControlChannelIsAskedAndNamed) {
     r.tn = 0;  // the PLC asked for no cyclic position data
     feed({}, r);
     json robot;
-    for (int i = 0; i < 200 && robot["jointSource"].is_null(); ++i) {
+    for (int i = 0; i < 500 && robot["jointSource"].is_null(); ++i) {
         std::this_thread::sleep_for(std::chrono::milliseconds(20));
         robot = json::parse(client->Get("/state")->body)["robot"];
     }
@@ -189,9 +189,10 @@ TEST_F(Served, WithoutCyclicBlocksTheArmsControlChannelIsAskedAndNamed) {
     r.tn = 0x0006;
     r.joints = {7, 0, 0, 0, 0, 0};
     feed({}, r);
-    std::this_thread::sleep_for(std::chrono::milliseconds(200));
+    // From the third event of a stream opened now on, every update began after the feed.
+    events(3);
     const int asked = arm.requests;
-    std::this_thread::sleep_for(std::chrono::milliseconds(300));
+    events(3);
     EXPECT_EQ(arm.requests, asked);
     robot = json::parse(client->Get("/state")->body)["robot"];
     EXPECT_EQ(robot["jointSource"], "cyclic JointPosition block");

@@ -143,6 +143,8 @@ int main(int argc, char** argv) {
             if (!opt.web.empty()) {
                 web = pnio_sim::web::start_web_view(opt.web, opt.arm_socket, log_line);
                 gateway.add_tap(web.get());
+            } else if (!opt.arm_socket.empty()) {
+                log_line("--arm-socket is only used by the live view (--web); ignored");
             }
             StatusLine status(opt.status);
             gateway.run(g_stop, [&](const pnio_sim::GatewayStats& s) { status(s); });

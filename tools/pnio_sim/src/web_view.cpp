@@ -64,7 +64,10 @@ WebView::WebView(const WebAddress& address, const std::string& arm_socket, Log l
 }
 
 WebView::~WebView() {
-    stopping_ = true;
+    {
+        std::lock_guard lock(frame_mutex_);  // no waiter can miss the wake-up
+        stopping_ = true;
+    }
     frame_cv_.notify_all();
     server_->stop();
     if (http_.joinable()) http_.join();
