@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <chrono>
+#include <cstdlib>
 #include <regex>
 #include <set>
 #include <thread>
@@ -18,7 +19,11 @@ using nlohmann::json;
 
 namespace {
 
-const std::string kChromium = "/usr/bin/chromium";
+// Debian's chromium, or another build of it named by LIVE_VIEW_BROWSER.
+std::string browser_binary() {
+    const char* other = std::getenv("LIVE_VIEW_BROWSER");
+    return other && *other ? other : "/usr/bin/chromium";
+}
 
 // What the page shows right now: TelegramState, joint 1, and the two command tables.
 const char* const kReadPage = R"js(JSON.stringify({
@@ -47,7 +52,8 @@ std::string wait_for(const std::string& file, const std::regex& pattern) {
 }  // namespace
 
 TEST(LiveViewInBrowser, ShowsTheDemoTourAsItRuns) {
-    if (access(kChromium.c_str(), X_OK) != 0) GTEST_SKIP() << "no browser: " << kChromium << " is not installed";
+    const std::string chromium = browser_binary();
+    if (access(chromium.c_str(), X_OK) != 0) GTEST_SKIP() << "no browser: " << chromium << " is not installed";
     TempDir dir;
     ProcessImage::removeStale();
     ChildProcess pnio(PNIO_SIM_BIN,
@@ -65,7 +71,7 @@ TEST(LiveViewInBrowser, ShowsTheDemoTourAsItRuns) {
         60000))
         << readFile(dir.file("server.out"));
 
-    web_test::HeadlessBrowser browser(kChromium, dir.file("profile"), dir.file("browser.log"));
+    web_test::HeadlessBrowser browser(chromium, dir.file("profile"), dir.file("browser.log"));
     std::string why;
     if (!browser.open(url, why))
         GTEST_SKIP() << "the browser cannot run here (" << why << "); the HTTP and stream tests still cover the view. "
