@@ -103,6 +103,12 @@ function historyText(c) {
   return h.length ? h.join(' → ') : 'sent, no answer yet';
 }
 
+// Hover text: when the PLC sent the command and when each state arrived, to the millisecond.
+function historyTimes(c) {
+  const t = (ms) => clock(ms) + '.' + String(ms % 1000).padStart(3, '0');
+  return ['sent ' + t(c.sent)].concat(c.history.map((s) => s.state + ' ' + t(s.at))).join('\n');
+}
+
 function codeCell(c) {
   if (!c.code.value) return '';
   return `${c.code.hex}${c.code.name ? ' ' + esc(c.code.name) : ''}`;
@@ -113,7 +119,7 @@ function commandRow(c, withTime) {
   return `<tr data-name="${esc(c.name)}" data-state="${esc(c.state)}" data-cmd-id="${c.cmdId}">` +
     (withTime ? `<td>${clock(c.finished)}</td>` : '') +
     `<td>${c.cmdId}</td><td>${esc(c.name)}${c.updates ? ` <span class="dim">(${c.updates} updates)</span>` : ''}</td>` +
-    `<td class="state state-${esc(c.state)}">${esc(historyText(c))}${note}</td>` +
+    `<td class="state state-${esc(c.state)}" title="${esc(historyTimes(c))}">${esc(historyText(c))}${note}</td>` +
     `<td>${c.severity.value ? esc(c.severity.name) : ''}</td><td>${codeCell(c)}</td></tr>`;
 }
 
