@@ -9,6 +9,7 @@
 #include "cli_options.hpp"
 #include "command_runner.hpp"
 #include "result_printer.hpp"
+#include "trace_command.hpp"
 #include "srci_plc/client.hpp"
 #include "srci_plc/error_names.hpp"
 
@@ -28,6 +29,7 @@ const char* kHelp = R"(srci-plc - PLC-side SRCI client for the robot adapter (ta
 Usage:
   srci-plc [options] COMMAND [VALUES] [key=value ...] [--no-wait]
   srci-plc [options] run FILE
+  srci-plc trace FILE.pcapng [--json]   print a pnio-sim --trace file, one line per event
 
 Every invocation connects once: RESET/INITIALIZE until the robot reports
 TelegramState 255, then ReadMessages, ExchangeConfiguration and ReadRobotData.
@@ -202,6 +204,8 @@ int main(int argc, char** argv) {
             std::cout << kHelp;
             return kExitOk;
         }
+        if (opt.command[0] == "trace")
+            return run_trace_command({opt.command.begin() + 1, opt.command.end()}, opt.json, std::cout, std::cerr);
         commands = load_commands(opt);
     } catch (const UsageError& e) {
         std::cerr << "srci-plc: " << e.what() << std::endl;
