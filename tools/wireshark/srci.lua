@@ -451,9 +451,17 @@ local function field_for(area, e)
     return f
 end
 
+-- Entries are copied: the same table pieces serve commands and responses, which have fields of
+-- their own.
 local function layout(area, entries)
-    for _, e in ipairs(entries) do e.f = field_for(area, e) end
-    return entries
+    local out = {}
+    for i, e in ipairs(entries) do
+        local c = {}
+        for k, v in pairs(e) do c[k] = v end
+        c.f = field_for(area, c)
+        out[i] = c
+    end
+    return out
 end
 
 local function E(o, k, t, l, extra)
