@@ -12,13 +12,16 @@
 #include <cstdio>
 #include <fstream>
 #include <memory>
+#include <random>
 #include <regex>
 #include <sstream>
 
 #include "child_process.h"
 #include "process_image.h"
+#include "pnio_sim/trace_pcapng.hpp"
 #include "srci_plc/byte_order.hpp"
 #include "srci_plc/plc_telegram.hpp"
+#include "srci_plc/trace_format.hpp"
 
 using namespace srci_test;
 
@@ -283,6 +286,36 @@ TEST_F(TraceCapture, ALostLifesignShowsAsTelegramState165AndTheReset) {
     const size_t lost = text.find("TelegramState 165 CLIENT_LIFESIGN_TIMEOUT");
     ASSERT_NE(lost, std::string::npos) << text;
     EXPECT_NE(text.find("PLC requests RESET", lost), std::string::npos) << text;
+}
+
+// pnio-sim only moves 256-byte telegrams, but Wireshark users also open captures of other
+// gateways: telegrams of any length and content, some with a plausible header so that the
+// dissector gets deep into them, must decode without a Lua error or an exception.
+TEST(TraceRobustness, TelegramsOfAnyLengthNeverBreakTheDissector) {
+    TempDir dir;
+    std::vector<uint8_t> file;
+    pnio_sim::trace::append_section_header(file, "test");
+    pnio_sim::trace::append_interface(file);
+    std::mt19937 rng(14);
+    namespace fmt = srci_plc::trace_format;
+    for (uint16_t i = 0; i < 3000; ++i) {
+        std::vector<uint8_t> tel(i % 3 == 0 ? 256 : rng() % 300);
+        for (auto& b : tel) b = static_cast<uint8_t>(rng());
+        if (tel.size() > 12 && rng() % 2) {
+            tel[0] = 0x25, tel[8] = static_cast<uint8_t>(rng() % 2), tel[9] = static_cast<uint8_t>(rng() % 3);
+            tel[10] = 0, tel[11] = static_cast<uint8_t>(rng() % 2 ? 6 : 2);
+        }
+        const bool from_plc = rng() % 2;
+        pnio_sim::trace::append_udp_packet(file, 1'700'000'000'000'000 + i, from_plc ? fmt::kPlcPort : fmt::kRobotPort,
+                                           from_plc ? fmt::kRobotPort : fmt::kPlcPort, tel.data(), tel.size(), i);
+    }
+    const std::string path = dir.file("random.pcapng");
+    std::ofstream(path, std::ios::binary).write(reinterpret_cast<const char*>(file.data()), static_cast<long>(file.size()));
+    const Outcome v = tshark(path, "-V", dir.path());
+    EXPECT_EQ(v.code, 0) << v.err;
+    EXPECT_EQ(without_root_warning(v.err), "");
+    EXPECT_EQ(v.out.find("Lua Error"), std::string::npos) << v.out.substr(v.out.find("Lua Error"), 200);
+    EXPECT_EQ(v.out.find("Malformed Packet"), std::string::npos);
 }
 
 TEST(TraceGolden, TheShortCaptureDissectsToItsGoldenText) {

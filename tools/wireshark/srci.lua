@@ -1021,6 +1021,10 @@ local function dissect_plc(tvb, tree, pinfo, fi, info)
     info.head = string.format("PLC->robot LS %d%s", ls, control ~= 0 and (" " .. (CONTROLS[control] or control)) or "")
     local pos = 18
     if band(tn_r2p, 2) ~= 0 or srci.prefs.tool_frame_always then
+        if len < 21 then
+            tree:add_proto_expert_info(ef.length, "No room for ToolNo/FrameNo before the footer")
+            return
+        end
         tree:add(hf.tool_no, tvb(18, 1))
         tree:add(hf.frame_no, tvb(19, 1))
         pos = 20
