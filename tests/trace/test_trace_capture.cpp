@@ -318,6 +318,67 @@ TEST(TraceRobustness, TelegramsOfAnyLengthNeverBreakTheDissector) {
     EXPECT_EQ(v.out.find("Malformed Packet"), std::string::npos);
 }
 
+// One telegram pair per case, built by hand: each expert item fires on what it is meant to catch
+// and stays silent on a clean pair.
+TEST(TraceExperts, EachExpertItemMarksWhatItIsMeantToCatch) {
+    namespace fmt = srci_plc::trace_format;
+    const auto plc = [](uint16_t cmd_type, uint16_t length) {
+        srci_plc::PlcTelegram t;
+        t.tn_rob_to_plc = 0;
+        t.lifesign = 3;
+        t.seq = 9;
+        std::vector<uint8_t> cmd = {static_cast<uint8_t>(cmd_type >> 8), static_cast<uint8_t>(cmd_type), 2, 0x13};
+        t.fragments = {srci_plc::Fragment{1, 0x03, 0, cmd}};
+        auto bytes = srci_plc::encode_plc_telegram(t);
+        srci_plc::put_u16be(&bytes[2], length);
+        return bytes;
+    };
+    // Robot answer to SEQ 9: one fragment for CmdID 1 with State/severity/code.
+    const auto robot = [](uint8_t state, uint8_t severity, uint16_t code, uint16_t seq_len, uint16_t frag_len, uint8_t footer) {
+        std::vector<uint8_t> r(256, 0);
+        r[0] = 0x25, r[1] = 0x10, r[3] = 255, r[255] = footer;
+        srci_plc::put_u16be(&r[10], 9);
+        srci_plc::put_u16be(&r[12], seq_len);
+        srci_plc::put_u16be(&r[14], 1);
+        r[17] = 0x05;
+        srci_plc::put_u16be(&r[20], frag_len);
+        r[22] = static_cast<uint8_t>(0x10 | state), r[23] = severity;
+        srci_plc::put_u16be(&r[24], code);
+        return r;
+    };
+    const char* kAll = "srci.expert.unknown_cmd || srci.expert.error_severity || srci.expert.lifesign_mismatch || "
+                       "srci.expert.overrun || srci.expert.length";
+    const struct {
+        const char* what;
+        std::vector<uint8_t> p2r, r2p;
+        const char* filter;
+        bool fires;
+    } cases[] = {
+        {"clean pair", plc(1001, 256), robot(10, 0, 0, 12, 4, 0x10), kAll, false},
+        {"Error with severity 20", plc(1001, 256), robot(15, 20, 0x8F11, 12, 4, 0x10), "srci.expert.error_severity", true},
+        {"Error without code", plc(1001, 256), robot(15, 28, 0, 12, 4, 0x10), "srci.expert.error_severity", true},
+        {"proper Error", plc(1001, 256), robot(15, 28, 0x8F11, 12, 4, 0x10), "srci.expert.error_severity", false},
+        {"unknown CmdType", plc(4242, 256), robot(10, 0, 0, 12, 4, 0x10), "srci.expert.unknown_cmd", true},
+        {"torn robot telegram", plc(1001, 256), robot(10, 0, 0, 12, 4, 0x20), "srci.expert.lifesign_mismatch", true},
+        {"fragment overrun", plc(1001, 256), robot(10, 0, 0, 12, 50, 0x10), "srci.expert.overrun", true},
+        {"sequence beyond telegram", plc(1001, 256), robot(10, 0, 0, 300, 4, 0x10), "srci.expert.length", true},
+        {"header length wrong", plc(1001, 200), robot(10, 0, 0, 12, 4, 0x10), "srci.expert.length", true},
+    };
+    TempDir dir;
+    for (const auto& c : cases) {
+        std::vector<uint8_t> file;
+        pnio_sim::trace::append_section_header(file, "test");
+        pnio_sim::trace::append_interface(file);
+        pnio_sim::trace::append_udp_packet(file, 1, fmt::kPlcPort, fmt::kRobotPort, c.p2r.data(), c.p2r.size(), 1);
+        pnio_sim::trace::append_udp_packet(file, 2, fmt::kRobotPort, fmt::kPlcPort, c.r2p.data(), c.r2p.size(), 2);
+        const std::string path = dir.file("case.pcapng");
+        std::ofstream(path, std::ios::binary).write(reinterpret_cast<const char*>(file.data()), static_cast<long>(file.size()));
+        const Outcome r = tshark(path, std::string("-Y '") + c.filter + "' -T fields -e frame.number", dir.path());
+        EXPECT_EQ(r.code, 0) << c.what << ": " << r.err;
+        EXPECT_EQ(!lines(r.out).empty(), c.fires) << c.what;
+    }
+}
+
 TEST(TraceGolden, TheShortCaptureDissectsToItsGoldenText) {
     TempDir dir;
     const Outcome r = tshark(TRACE_DATA_DIR "/short.pcapng", "-V -O srci", dir.path());
