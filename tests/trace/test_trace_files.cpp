@@ -11,6 +11,9 @@
 
 #include "pnio_sim/trace_pcapng.hpp"
 #include "pnio_sim/trace_recorder.hpp"
+#include "srci_plc/byte_order.hpp"
+#include "srci_plc/plc_telegram.hpp"
+#include "srci_plc/trace_events.hpp"
 #include "srci_plc/trace_format.hpp"
 #include "srci_plc/trace_pcapng.hpp"
 #include "srci_plc/trace_udp.hpp"
@@ -169,6 +172,62 @@ TEST(TraceFile, RotationKeepsTwoReadableFilesWithTheNewestExchanges) {
     std::remove(path.c_str());
     std::remove(pnio_sim::TraceRecorder::rotated_path(path).c_str());
     EXPECT_EQ(rmdir(dir), 0) << "no third file was left behind";
+}
+
+// A robot message reaches the trace once, whatever the robot repeats, and the PLC's
+// acknowledgement shows as a parameter update; content under an unchanged ACK is not read, as the
+// PLC would not read it either.
+TEST(TraceEvents, ARobotMessageIsReportedOnceWithItsCodeAndText) {
+    const auto plc = [](uint16_t seq, uint8_t action, uint8_t msg_id, uint8_t par_seq) {
+        srci_plc::PlcTelegram t;
+        t.tn_rob_to_plc = 0;
+        t.seq = seq;
+        t.fragments = {srci_plc::Fragment{1, action, 0, {0x23, 0x29, 2, static_cast<uint8_t>(par_seq << 4 | 3), msg_id, 1, 20}}};
+        return srci_plc::encode_plc_telegram(t);
+    };
+    const auto robot = [](uint16_t ack, uint8_t msg_id, uint8_t par_seq) {
+        std::vector<uint8_t> r(256, 0);
+        r[0] = 0x25, r[3] = 255;
+        srci_plc::put_u16be(&r[10], ack);
+        srci_plc::put_u16be(&r[12], 8 + 170);
+        srci_plc::put_u16be(&r[14], 1);
+        r[17] = 0x05;
+        srci_plc::put_u16be(&r[20], 170);
+        uint8_t* p = &r[22];
+        p[0] = static_cast<uint8_t>(par_seq << 4 | 4), p[4] = msg_id, p[5] = 1;
+        if (msg_id) {
+            p[15] = 28;
+            srci_plc::put_u32be(p + 16, 0x8F11);
+            std::memcpy(p + 20, "boom", 4);
+        }
+        return r;
+    };
+    std::vector<uint8_t> file;
+    pnio_sim::trace::append_section_header(file, "test");
+    pnio_sim::trace::append_interface(file);
+    const std::pair<bool, std::vector<uint8_t>> telegrams[] = {
+        {true, plc(1, 0x03, 0, 1)}, {false, robot(1, 7, 1)},
+        {true, plc(1, 0x03, 0, 1)}, {false, robot(1, 8, 1)},  // same ACK: the PLC does not look again
+        {true, plc(2, 0x05, 7, 2)}, {false, robot(2, 7, 2)}};  // new ACK, the message already seen
+    uint16_t id = 0;
+    for (const auto& [from_plc, bytes] : telegrams) {
+        pnio_sim::trace::append_udp_packet(file, 1000u + id, from_plc ? fmt::kPlcPort : fmt::kRobotPort,
+                                           from_plc ? fmt::kRobotPort : fmt::kPlcPort, bytes.data(), bytes.size(), id);
+        ++id;
+    }
+    srci_plc::TraceDecoder decoder;
+    std::vector<srci_plc::TraceEvent> events;
+    for (const auto& p : read_bytes(file).packets) decoder.feed(p, events);
+    decoder.finish(events);
+    std::string kinds;
+    for (const auto& e : events) kinds += std::string(srci_plc::trace_event_kind_name(e.kind)) + " ";
+    EXPECT_EQ(kinds, "command link message answer update answer ");
+    for (const auto& e : events)
+        if (e.kind == srci_plc::TraceEventKind::Message) {
+            EXPECT_EQ(e.code, 0x8F11u);
+            EXPECT_EQ(e.severity, 28);
+            EXPECT_EQ(e.text, "boom");
+        }
 }
 
 TEST(TraceCommand, PrintsTheShortCaptureAsItsGoldenText) {

@@ -6,6 +6,7 @@
 #include <fstream>
 
 #include "result_printer.hpp"
+#include "srci_plc/adapter_codes.hpp"
 #include "srci_plc/cmd_type_names.hpp"
 #include "srci_plc/error_names.hpp"
 #include "srci_plc/trace_events.hpp"
@@ -29,10 +30,15 @@ std::string command_name(uint16_t cmd_type) {
     return name ? name : "CmdType " + std::to_string(cmd_type);
 }
 
-std::string code_text(uint32_t code) {
-    char buf[80];
+const char* code_name(uint32_t code) {
     const char* name = code <= 0xFFFF ? error_code_name(static_cast<uint16_t>(code)) : nullptr;
-    std::snprintf(buf, sizeof buf, "0x%04X%s%s", code, name ? " " : "", name ? name : "");
+    return name ? name : adapter_code_name(code);
+}
+
+std::string code_text(uint32_t code) {
+    char buf[16];
+    std::snprintf(buf, sizeof buf, "0x%04X", code);
+    if (const char* name = code_name(code)) return std::string(buf) + " " + name;
     return buf;
 }
 
@@ -123,7 +129,7 @@ std::string json_line(const TraceEvent& e, uint64_t start_us) {
     if (e.kind == TraceEventKind::Answer || e.kind == TraceEventKind::Message) {
         char code[16];
         std::snprintf(code, sizeof code, "0x%04X", e.code);
-        const char* name = e.code <= 0xFFFF ? error_code_name(static_cast<uint16_t>(e.code)) : nullptr;
+        const char* name = code_name(e.code);
         line += ",\"severity\":" + std::to_string(e.severity) + ",\"code\":\"" + code + "\"";
         if (name) line += ",\"code_name\":\"" + std::string(name) + "\"";
     }
