@@ -9,6 +9,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <csignal>
 #include <cstdio>
@@ -79,7 +80,16 @@ void BM_RoundTrip(benchmark::State& state) {
     }
     state.SetLabel(state.range(0) ? "with --trace" : "without --trace");
 }
-BENCHMARK(BM_RoundTrip)->Arg(0)->Arg(1)->Iterations(20000)->UseRealTime()->Unit(benchmark::kMicrosecond);
+// On a shared machine the other processes add tens of microseconds of noise; the minimum over
+// repetitions is the figure to compare.
+BENCHMARK(BM_RoundTrip)
+    ->Arg(0)
+    ->Arg(1)
+    ->Iterations(20000)
+    ->Repetitions(5)
+    ->ComputeStatistics("min", [](const std::vector<double>& v) { return *std::min_element(v.begin(), v.end()); })
+    ->UseRealTime()
+    ->Unit(benchmark::kMicrosecond);
 
 // Each iteration reports the mean of a batch of calls, then waits (untimed) for the writer thread
 // to drain the queue, so every call really records instead of counting a skip.

@@ -451,9 +451,17 @@ local function field_for(area, e)
     return f
 end
 
+-- Entries are copied: the same table pieces serve commands and responses, which have fields of
+-- their own.
 local function layout(area, entries)
-    for _, e in ipairs(entries) do e.f = field_for(area, e) end
-    return entries
+    local out = {}
+    for i, e in ipairs(entries) do
+        local c = {}
+        for k, v in pairs(e) do c[k] = v end
+        c.f = field_for(area, c)
+        out[i] = c
+    end
+    return out
 end
 
 local function E(o, k, t, l, extra)
@@ -984,7 +992,7 @@ local function dissect_plc(tvb, tree, pinfo, fi, info)
     vt:add(hf.version_minor, tvb(0, 1))
     tree:add(hf.faststop, tvb(1, 1))
     local ls = band(tvb(1, 1):uint(), 15)
-    local lti = tree:add(hf.lifesign, tvb(1, 1), ls)
+    tree:add(hf.lifesign, tvb(1, 1), ls)
     local lp2r = tvb(2, 2):uint()
     local lt = tree:add(hf.len_p2r, tvb(2, 2))
     tree:add(hf.len_r2p, tvb(4, 2))
@@ -995,11 +1003,13 @@ local function dissect_plc(tvb, tree, pinfo, fi, info)
     tree:add(hf.tn_r2p, tvb(10, 2))
     tree:add(hf.client_date, tvb(12, 2)):append_text(" (" .. date_text(tvb(12, 2):uint()) .. ")")
     tree:add(hf.client_time, tvb(14, 4)):append_text(" (" .. tod_text(tvb(14, 4):uint()) .. ")")
-    if not pinfo.visited then
+    local footer = band(tvb(len - 1, 1):uint(), 15)
+    -- The robot's answer is laid out by the TelegramNumber the PLC asked for; a torn or damaged
+    -- telegram must not redefine it.
+    if not pinfo.visited and footer == ls and lp2r == len then
         st.tn_r2p = tn_r2p
         st.len_r2p = tvb(4, 2):uint()
     end
-    local footer = band(tvb(len - 1, 1):uint(), 15)
     local fti = tree:add(hf.footer_lifesign, tvb(len - 1, 1), footer)
     if footer ~= ls then
         fti:add_proto_expert_info(ef.lifesign, string.format("Header lifesign %d, footer lifesign %d", ls, footer))
@@ -1011,6 +1021,10 @@ local function dissect_plc(tvb, tree, pinfo, fi, info)
     info.head = string.format("PLC->robot LS %d%s", ls, control ~= 0 and (" " .. (CONTROLS[control] or control)) or "")
     local pos = 18
     if band(tn_r2p, 2) ~= 0 or srci.prefs.tool_frame_always then
+        if len < 21 then
+            tree:add_proto_expert_info(ef.length, "No room for ToolNo/FrameNo before the footer")
+            return
+        end
         tree:add(hf.tool_no, tvb(18, 1))
         tree:add(hf.frame_no, tvb(19, 1))
         pos = 20
@@ -1024,7 +1038,6 @@ local function dissect_plc(tvb, tree, pinfo, fi, info)
     else
         dissect_sequence(tvb, tree, pinfo, true, pos, len - 1, "Sequence", fi, info)
     end
-    _ = lti
 end
 
 local function dissect_robot(tvb, tree, pinfo, fi, info)
@@ -1086,6 +1099,9 @@ function srci.dissector(tvb, pinfo, tree)
         frames[pinfo.number] = fi
     end
     if pinfo.src_port == PORT_EVENT then
+        if not pinfo.visited then -- a new client starts its own sequence numbers
+            st.seq_busy, st.partial = {}, { cmd = {}, rsp = {} }
+        end
         if tvb:len() >= 1 then
             root:add(hf.event_kind, tvb(0, 1))
             local text = tvb:len() > 1 and tvb(1):string() or ""

@@ -136,6 +136,7 @@ void TraceRecorder::write_batch(std::vector<Slot>& batch) {
                 failed_ = true;
                 return;
             }
+            log_("trace: " + path_ + " reached " + std::to_string(max_bytes_ >> 20) + " MiB; previous part kept as " + older);
             out_ = std::move(tail);
         }
     }

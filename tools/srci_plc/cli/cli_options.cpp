@@ -85,11 +85,16 @@ GlobalOptions parse_global_options(int argc, const char* const* argv) {
 
     std::vector<std::string> values;
     bool no_wait = false;
+    bool tool_frame_always = false;
     for (const CliCommand& c : cli_commands()) {
         CLI::App* sub = app.add_subcommand(c.name, c.summary);
         sub->fallthrough();
         if (!c.details.empty()) sub->footer(c.details);
         if (c.name == "run") sub->add_option("FILE", values, "script file")->required();
+        else if (c.name == "trace") {
+            sub->add_option("FILE", values, "pcapng file written by pnio-sim --trace")->required();
+            sub->add_flag("--tool-frame-always", tool_frame_always, "ToolNo/FrameNo always sent by the PLC");
+        }
         else sub->add_option("values", values, c.values.empty() ? "key=value ..." : c.values + " [key=value ...]");
         if (c.motion) sub->add_flag("--no-wait", no_wait, "return after the first answer");
     }
@@ -136,6 +141,7 @@ GlobalOptions parse_global_options(int argc, const char* const* argv) {
     o.command.push_back(subs.front()->get_name());
     o.command.insert(o.command.end(), values.begin(), values.end());
     if (no_wait) o.command.emplace_back("--no-wait");
+    if (tool_frame_always) o.command.emplace_back("--tool-frame-always");
     return o;
 }
 

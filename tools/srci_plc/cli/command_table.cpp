@@ -70,9 +70,15 @@ std::vector<CliCommand> build() {
          "'#' starts a comment, blank lines are ignored. The whole file is checked before\n"
          "connecting; execution stops at the first failing line.",
          {1}},
+        {"trace", "FILE", "print a pnio-sim --trace file, one line per event (no robot needed)",
+         "Connection changes, interface state, each command sent with its parameters, each state\n"
+         "change of a command with its result, robot messages and damaged telegrams. With --json one\n"
+         "object per event. --tool-frame-always: the PLC sent ToolNo/FrameNo (bytes 18-19) without\n"
+         "requesting the cyclic Cartesian position.",
+         {1}},
     };
     for (CliCommand& cmd : c)
-        if (cmd.name != "run" && cmd.name != "sleep" && cmd.name != "status" && cmd.name != "wait-done")
+        if (cmd.name != "run" && cmd.name != "trace" && cmd.name != "sleep" && cmd.name != "status" && cmd.name != "wait-done")
             cmd.details += kCommon;
     return c;
 }

@@ -12,6 +12,7 @@
 #include "cli_options.hpp"
 #include "command_runner.hpp"
 #include "result_printer.hpp"
+#include "trace_command.hpp"
 #include "srci_plc/client.hpp"
 #include "srci_plc/error_names.hpp"
 
@@ -135,6 +136,10 @@ int main(int argc, char** argv) {
             std::cout << opt.help_text;
             return kExitOk;
         }
+        // Reading a trace needs no robot: it never connects.
+        if (opt.command[0] == "trace")
+            return srci_plc::cli::run_trace_command({opt.command.begin() + 1, opt.command.end()}, opt.json, std::cout,
+                                                    std::cerr);
         commands = load_commands(opt);
     } catch (const UsageError& e) {
         std::cerr << "srci-plc: " << e.what() << std::endl;
