@@ -3,6 +3,7 @@
 // WorkAreaNo layouts, the highest indices and the progress of a running move.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 
 #include "fake_handlers.h"
@@ -69,6 +70,80 @@ TEST_F(SafetyWire, AbortingModesOnlyWhereTheHandlerAborts) {
         const auto move = wait_for(plc, 3, 14);
         EXPECT_EQ(move.has_value(), c.accepted) << c.type;
     }
+}
+
+// Golden telegrams for both WorkAreaNo layouts: a USInt followed by a reserved byte, or a
+// big-endian UINT in the same two bytes. Both bytes set is ambiguous: Error 0x8D47, no handler.
+TEST_F(SafetyWire, WorkAreaNumberInBothLayouts) {
+    const struct { const char* what; const char* payload; const char* handler; int area; const char* header; } cases[] = {
+        // WriteWorkArea 7503, ExecMode 2, ParSeq 1/Prio 3; WorkAreaNo; J1 lower -100.0 (payload 57)
+        // and upper 120.0 (payload 85) in the standard layout; the rest zero-filled.
+        {"write USInt", "1D 4F 02 13 02 00", "write_workarea", 2, "1A 00 00 00"},
+        {"write UINT", "1D 4F 02 13 00 02", "write_workarea", 2, "1A 00 00 00"},
+        {"write area 0", "1D 4F 02 13 00 00", "write_workarea", 0, "1A 00 00 00"},
+        {"write ambiguous", "1D 4F 02 13 02 01", nullptr, -1, "1F 1C 8D 47"},
+        // ReadWorkArea 7502: 5 bytes with a USInt, 6 with a UINT.
+        {"read USInt", "1D 4E 02 13 03", "read_workarea", 3, "1A 00 00 00"},
+        {"read UINT", "1D 4E 02 13 00 03", "read_workarea", 3, "1A 00 00 00"},
+        {"read ambiguous", "1D 4E 02 13 03 03", nullptr, -1, "1F 1C 8D 47"},
+    };
+    uint8_t seq = 4;
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.what);
+        fakes() = Fakes{};
+        Bytes payload_bytes = hex(c.payload);
+        const bool write = payload_bytes[1] == 0x4F;
+        if (write) {
+            payload_bytes.resize(89, 0);
+            const Bytes lower = hex("C2 C8 00 00"), upper = hex("42 F0 00 00");
+            std::copy(lower.begin(), lower.end(), payload_bytes.begin() + 57);
+            std::copy(upper.begin(), upper.end(), payload_bytes.begin() + 85);
+        }
+        Tel t = telegram({
+            {0, "23 00 01 00 01 00 00 00"},  // version 1.3, lengths 256/256, no control
+            {18, "FF FF"},                   // ToolNo/FrameNo
+            {24, "00 05 00 03 00 00 00 00"}, // CmdID 5, Reset+Complete, pointer 0, length below
+        });
+        t[1] = seq % 15 + 1;
+        t[255] = t[1];
+        t[20] = 0;
+        t[21] = seq;  // a new SEQ
+        t[22] = 0;
+        t[23] = static_cast<uint8_t>(8 + payload_bytes.size());
+        t[31] = static_cast<uint8_t>(payload_bytes.size());
+        std::copy(payload_bytes.begin(), payload_bytes.end(), t.begin() + 32);
+        plc.seq = seq++;
+        plc.life = t[1];
+        const Reply r = plc.send_raw(t);
+        ASSERT_NE(r.find(5), nullptr);
+        const Bytes head(r.find(5)->bytes.begin(), r.find(5)->bytes.begin() + 4);
+        EXPECT_EQ(head, hex(c.header));
+        EXPECT_EQ(r.find(5)->bytes.size(), write ? 4u : 154u);
+        if (c.handler == nullptr) {
+            EXPECT_EQ(fakes().count("write_workarea") + fakes().count("read_workarea"), 0);
+            continue;
+        }
+        const Call* call = fakes().last(c.handler);
+        ASSERT_NE(call, nullptr);
+        EXPECT_EQ(call->in[4], c.area);
+        if (write) {
+            LRob_typeServerCmdWriteWorkArea w;
+            std::memcpy(&w, call->in.data(), sizeof w);
+            EXPECT_FLOAT_EQ(w.WorkAreaData.Data.JointLowerLimit.J1, -100.0f);
+            EXPECT_FLOAT_EQ(w.WorkAreaData.Data.JointUpperLimit.J1, 120.0f);
+        }
+    }
+}
+
+// The adapter's registrations: every function that does real work is advertised, work areas
+// included; digital I/O and the always-refused software-limit write are not.
+TEST_F(SafetyWire, SupportedFunctionsAdvertiseWorkAreasNotDigitalIo) {
+    const Reply r = plc.cycle({command(3, payload(9002))});
+    ASSERT_NE(r.find(3), nullptr);
+    const Bytes& b = r.find(3)->bytes;
+    EXPECT_EQ(b[96 + 4] & 0xE0, 0);     // Read/WriteDigital*
+    EXPECT_EQ(b[96 + 9], 0x0E);         // SetOperationMode, ReadWorkArea, WriteWorkArea
+    EXPECT_EQ(b[96 + 2] & 0x10, 0x10);  // ReadRobotSWLimits
 }
 
 }  // namespace
