@@ -5,6 +5,8 @@
 
 #include <cmath>
 #include <map>
+#include <string>
+#include <utility>
 #include <variant>
 
 #include "inprocess_adapter.h"
@@ -154,6 +156,56 @@ TEST_F(SafetyWire, AbortingExecutionModesNeverLeaveAFinalMoveRunning) {
             EXPECT_NEAR(arm().act_jpos[0], target, 0.01);
         }
     }
+}
+
+// Work area 0 through a PLC that honours RCSupportedFunctions: new limits in any order, an invalid
+// pair changing nothing, a standing arm outside the new range that may only come back, and a
+// move caught going out that GroupReset plus a move recover.
+TEST_F(SafetyWire, LimitsChangeThroughWorkAreaZeroAndTheArmAlwaysGetsBack) {
+    EXPECT_TRUE(client->supports(command("read-workarea")));
+    EXPECT_TRUE(client->supports(command("write-workarea")));
+    EXPECT_FALSE(client->supports(command("write-limits"))) << "always refused: not advertised";
+
+    ASSERT_EQ(run("move-axes", axes(0)).header.state, kDone);
+    const auto current = run("read-workarea", {{"area", 0}});
+    ASSERT_TRUE(current.ok());
+    const auto writeJ1 = [&](double lower, double upper) {
+        ParamValues area{{"area", 0}};
+        for (int j = 1; j <= 6; ++j) {
+            area["min_j" + std::to_string(j)] = field(current, "min_j" + std::to_string(j));
+            area["max_j" + std::to_string(j)] = field(current, "max_j" + std::to_string(j));
+        }
+        area["min_j1"] = lower;
+        area["max_j1"] = upper;
+        return run("write-workarea", area);
+    };
+    const auto j1Limits = [&] {
+        const auto r = run("read-workarea", {{"area", 0}});
+        return std::pair<double, double>(field(r, "min_j1"), field(r, "max_j1"));
+    };
+    ASSERT_TRUE(writeJ1(-165, 90).ok());
+    ASSERT_TRUE(writeJ1(100, 160).ok());  // the new minimum lies above the old maximum
+    EXPECT_EQ(j1Limits(), (std::pair<double, double>(100, 160)));
+    EXPECT_TRUE(writeJ1(160, 100).ok());  // answered as always, but refused by the arm
+    EXPECT_EQ(j1Limits(), (std::pair<double, double>(100, 160)));
+
+    cycles(100);  // J1 stands at 0, below the new range
+    int code = 0, type = 0;
+    SimArm::instance().errorInfo(code, type);
+    EXPECT_EQ(type, 0) << "standing outside the range is no fault";
+    EXPECT_EQ(run("move-axes", axes(-10)).header.state, kError) << "further out";
+    reset();
+    ASSERT_EQ(run("move-axes", axes(120)).header.state, kDone) << "back into the range";
+
+    // Caught going out: the move fails, GroupReset and a move bring the arm back.
+    const uint16_t id = client->submit(command("move-axes"), axes(150, 5));
+    cycles(60);
+    ASSERT_TRUE(writeJ1(100, 125).ok());
+    EXPECT_EQ(finalOf(id).header.state, kError);
+    reset();
+    ASSERT_EQ(run("move-axes", axes(110)).header.state, kDone);
+    EXPECT_NEAR(arm().act_jpos[0], 110, 0.01);
+    ASSERT_TRUE(writeJ1(-165, 165).ok());
 }
 
 }  // namespace
