@@ -218,6 +218,7 @@ void start(uint16_t id, const uint8_t* p, uint16_t len) {
             e.rid = rid;
             e.parseq = parseq;
             e.state = state::Buffered;
+            progress_init(e.motion, info->type, host);
             queue(id, parseq, state::Buffered, 0, info->rsp, nullptr);
             return;
         }

@@ -4,7 +4,9 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstring>
 #include <map>
+#include <vector>
 #include <string>
 #include <utility>
 #include <variant>
@@ -206,6 +208,36 @@ TEST_F(SafetyWire, LimitsChangeThroughWorkAreaZeroAndTheArmAlwaysGetsBack) {
     ASSERT_EQ(run("move-axes", axes(110)).header.state, kDone);
     EXPECT_NEAR(arm().act_jpos[0], 110, 0.01);
     ASSERT_TRUE(writeJ1(-165, 165).ok());
+}
+
+// A running linear move tells the PLC how far it got and how far it still has to go.
+TEST_F(SafetyWire, ARunningMoveReportsProgressAndRemainingDistance) {
+    ASSERT_EQ(run("move-axes", axes(0)).header.state, kDone);
+    const auto from = run("read-position", {{"tool", 255}, {"frame", 255}});
+    ParamValues target{{"y", field(from, "y")}, {"z", field(from, "z") - 100}, {"rx", field(from, "rx")},
+                       {"ry", field(from, "ry")}, {"rz", field(from, "rz")}, {"vel", 5}, {"acc", 50}};
+    target["x"] = field(from, "x");
+    const uint16_t id = client->submit(command("move-linear"), target);
+    std::vector<std::pair<double, double>> seen;  // (progress %, remaining mm) of Active answers
+    const auto done = client->wait_until(id, [&](const srci_plc::AcrEntry& e) {
+        const auto& p = e.last_payload;
+        if (e.last.state == kActive && p.size() >= 14) {
+            const uint32_t bits = uint32_t{p[10]} << 24 | uint32_t{p[11]} << 16 | uint32_t{p[12]} << 8 | p[13];
+            float remaining;
+            std::memcpy(&remaining, &bits, 4);
+            const std::pair<double, double> now((p[8] << 8 | p[9]) / 100.0, remaining);
+            if (seen.empty() || seen.back() != now) seen.push_back(now);
+        }
+        return srci_plc::cmd_state::is_final(e.last.state);
+    }, 60000);
+    EXPECT_EQ(done.header.state, kDone);
+    ASSERT_GE(seen.size(), 3u);
+    EXPECT_NEAR(seen.front().second, 100, 1) << "the whole way at the start";
+    for (size_t i = 1; i < seen.size(); ++i) {
+        EXPECT_GT(seen[i].first, seen[i - 1].first);
+        EXPECT_LT(seen[i].second, seen[i - 1].second);
+        EXPECT_NEAR(seen[i].first, 100 - seen[i].second, 1.0);  // a straight line of 100 mm
+    }
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <optional>
 
 #include "fake_handlers.h"
 
@@ -144,6 +145,70 @@ TEST_F(SafetyWire, SupportedFunctionsAdvertiseWorkAreasNotDigitalIo) {
     EXPECT_EQ(b[96 + 4] & 0xE0, 0);     // Read/WriteDigital*
     EXPECT_EQ(b[96 + 9], 0x0E);         // SetOperationMode, ReadWorkArea, WriteWorkArea
     EXPECT_EQ(b[96 + 2] & 0x10, 0x10);  // ReadRobotSWLimits
+}
+
+// The adapter's per-cycle position push: Cartesian X, Y, Z (rest 0), joints, tool and frame.
+void push_position(float x, float j1, uint8_t tool = 0, uint8_t frame = 0) {
+    uint8_t block[104] = {};
+    std::memcpy(block, &x, 4);
+    std::memcpy(block + 54, &j1, 4);
+    block[102] = tool;
+    block[103] = frame;
+    srl_set_current_pos(block, 1.0f);
+}
+
+float be_real(const uint8_t* p) {
+    const uint32_t v = uint32_t{p[0]} << 24 | uint32_t{p[1]} << 16 | uint32_t{p[2]} << 8 | p[3];
+    float f;
+    std::memcpy(&f, &v, 4);
+    return f;
+}
+
+// While a move is Active its answers carry Progress (percent x 100) and, for Cartesian moves,
+// RemainingDistance in mm, from the target and the pushed position; Done is 100 %.
+TEST_F(SafetyWire, ActiveMovesReportProgressAndRemainingDistance) {
+    const struct {
+        const char* what;
+        uint16_t type;
+        uint8_t tool;           // the move's ToolNo (Cartesian only)
+        float at;               // X (mm) or J1 (deg) when the answer is read; target 100 from 0
+        uint16_t progress;
+        float remaining;
+    } cases[] = {
+        {"axes", 2101, 0, 25, 2500, 0},
+        {"linear", 2103, 255, 60, 6000, 40},
+        {"direct, same tool", 2102, 0, 90, 9000, 10},
+        {"linear in another tool: not comparable", 2103, 3, 60, 0, 0},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.what);
+        reset_interpreter();
+        plc.connect();
+        push_position(0, 0);
+        Bytes body(c.type == 2101 ? 76 : 88, 0);
+        const Bytes hundred = hex("42 C8 00 00");  // 100.0
+        std::copy(hundred.begin(), hundred.end(), body.begin() + (c.type == 2101 ? 24 : 26));
+        if (c.type != 2101) body[14] = c.tool;
+        plc.cycle({command(3, payload(c.type, body, 0))});
+        srl_set_robot_motion_state_1(rid_of(c.type == 2101 ? "move_axes" : c.type == 2103 ? "move_linear" : "move_direct"), 3, 0, 0);
+        ASSERT_TRUE(wait_for(plc, 3, 4).has_value());
+        push_position(c.at, c.at);
+        std::optional<RspFrag> last;
+        for (int i = 0; i < 40; ++i) {
+            const Reply r = plc.cycle();
+            if (r.find(3) != nullptr) last = *r.find(3);
+        }
+        if (c.tool == 3) {
+            EXPECT_FALSE(last.has_value()) << "no answer without a comparable position";
+            continue;
+        }
+        ASSERT_TRUE(last.has_value());
+        EXPECT_EQ(last->state(), 4);
+        EXPECT_EQ(be16(&last->bytes[8]), c.progress);
+        if (c.type != 2101) {
+            EXPECT_NEAR(be_real(&last->bytes[10]), c.remaining, 1e-3);
+        }
+    }
 }
 
 }  // namespace
