@@ -240,4 +240,18 @@ TEST_F(SafetyWire, ARunningMoveReportsProgressAndRemainingDistance) {
     }
 }
 
+// The highest tool, frame and load indices the PLC is offered are the ones the robot accepts.
+TEST_F(SafetyWire, ConfigurationExchangeOffersOnlyIndicesTheRobotAccepts) {
+    const auto* cfg = client->acr().find(client->exchange_config_id());
+    ASSERT_NE(cfg, nullptr);
+    ASSERT_GE(cfg->last_payload.size(), 12u);
+    const uint8_t* highest = cfg->last_payload.data() + 8;  // tool, frame, load, work area
+    EXPECT_EQ(highest[0], 15);
+    EXPECT_EQ(highest[1], 15);
+    EXPECT_EQ(highest[2], 15);
+    EXPECT_EQ(highest[3], 0);
+    EXPECT_TRUE(run("read-tool", {{"tool", highest[0]}}).ok());
+    EXPECT_EQ(run("read-tool", {{"tool", highest[0] + 1}}).header.state, kError);
+}
+
 }  // namespace

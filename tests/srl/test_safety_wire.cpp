@@ -211,5 +211,19 @@ TEST_F(SafetyWire, ActiveMovesReportProgressAndRemainingDistance) {
     }
 }
 
+// ExchangeConfiguration offers the highest index the init parameters mark available, never more
+// than the axes-group bound; without availability data the bound itself.
+TEST_F(SafetyWire, HighestIndicesFollowTheAvailableSlots) {
+    const struct { int tools_available; uint8_t expected; } cases[] = {{16, 15}, {4, 3}, {0, 19}};
+    for (const auto& c : cases) {
+        reset_interpreter();
+        for (int i = 0; i < c.tools_available; ++i) persistent().tools[i].isAvailable = 1;
+        const Reply r = plc.connect();
+        ASSERT_NE(r.find(2), nullptr);
+        EXPECT_EQ(r.find(2)->bytes[8], c.expected) << c.tools_available;
+        EXPECT_EQ(r.find(2)->bytes[9], 19) << "frames: no availability data";
+    }
+}
+
 }  // namespace
 }  // namespace srltest
