@@ -1,6 +1,7 @@
-// What the PLC sees must match what the robot does: error answers a PLC cannot miss, aborting
-// execution modes only where the adapter really aborts, the supported-functions bitmap, both
-// WorkAreaNo layouts, the highest indices and the progress of a running move.
+// What the PLC sees must match what the robot does: aborting execution modes only where the
+// adapter really aborts, both WorkAreaNo layouts and the progress of a running move. (Error
+// severities, the supported-functions bitmap and the highest indices are proven end to end in
+// tests/e2e_inproc/test_safety_wire.cpp and by the golden handshake.)
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -23,27 +24,6 @@ protected:
     int rid_of(const char* handler) { return fakes().last(handler)->in[255]; }
     Plc plc;
 };
-
-// A failed command is State 15 with severity 28 and a non-zero code, whatever the code's family.
-TEST_F(SafetyWire, EveryErrorAnswerCarriesSeverity28AndACode) {
-    const struct { int reported; uint16_t sent; } cases[] = {
-        {0x6C03, 0x6C03}, {0x7C04, 0x7C04}, {0x8C01, 0x8C01}, {0, 0x8FFF}};
-    uint16_t id = 3;
-    for (const auto& c : cases) {
-        plc.cycle({command(id, move_axes())});
-        srl_set_robot_motion_state_1(rid_of("move_axes"), 4, c.reported, 0);
-        const auto f = wait_for(plc, id, 15);
-        ASSERT_TRUE(f.has_value()) << c.reported;
-        EXPECT_EQ(f->severity(), 28) << c.reported;
-        EXPECT_EQ(f->code(), c.sent) << c.reported;
-        ++id;
-    }
-    fakes().err["read_tool"] = 0x6C03;  // an instant handler failing with an info-family code
-    const Reply r = plc.cycle({command(id, payload(5107, {1}))});
-    ASSERT_NE(r.find(id), nullptr);
-    EXPECT_EQ(r.find(id)->state(), 15);
-    EXPECT_EQ(r.find(id)->severity(), 28);
-}
 
 // Aborting modes only where the adapter's handler stops the group; elsewhere they are refused
 // without calling the handler and without touching the queued move.
@@ -136,17 +116,6 @@ TEST_F(SafetyWire, WorkAreaNumberInBothLayouts) {
     }
 }
 
-// The adapter's registrations: every function that does real work is advertised, work areas
-// included; digital I/O and the always-refused software-limit write are not.
-TEST_F(SafetyWire, SupportedFunctionsAdvertiseWorkAreasNotDigitalIo) {
-    const Reply r = plc.cycle({command(3, payload(9002))});
-    ASSERT_NE(r.find(3), nullptr);
-    const Bytes& b = r.find(3)->bytes;
-    EXPECT_EQ(b[96 + 4] & 0xE0, 0);     // Read/WriteDigital*
-    EXPECT_EQ(b[96 + 9], 0x0E);         // SetOperationMode, ReadWorkArea, WriteWorkArea
-    EXPECT_EQ(b[96 + 2] & 0x10, 0x10);  // ReadRobotSWLimits
-}
-
 // The adapter's per-cycle position push: Cartesian X, Y, Z (rest 0), joints, tool and frame.
 void push_position(float x, float j1, uint8_t tool = 0, uint8_t frame = 0) {
     uint8_t block[104] = {};
@@ -208,20 +177,6 @@ TEST_F(SafetyWire, ActiveMovesReportProgressAndRemainingDistance) {
         if (c.type != 2101) {
             EXPECT_NEAR(be_real(&last->bytes[10]), c.remaining, 1e-3);
         }
-    }
-}
-
-// ExchangeConfiguration offers the highest index the init parameters mark available, never more
-// than the axes-group bound; without availability data the bound itself.
-TEST_F(SafetyWire, HighestIndicesFollowTheAvailableSlots) {
-    const struct { int tools_available; uint8_t expected; } cases[] = {{16, 15}, {4, 3}, {0, 19}};
-    for (const auto& c : cases) {
-        reset_interpreter();
-        for (int i = 0; i < c.tools_available; ++i) persistent().tools[i].isAvailable = 1;
-        const Reply r = plc.connect();
-        ASSERT_NE(r.find(2), nullptr);
-        EXPECT_EQ(r.find(2)->bytes[8], c.expected) << c.tools_available;
-        EXPECT_EQ(r.find(2)->bytes[9], 19) << "frames: no availability data";
     }
 }
 
