@@ -151,7 +151,7 @@ int MotionQueue::tick(double dt, double ratio, const MotionContext& ctx) {
     }
 
     for (int i = 0; i < 6; ++i) {
-        if (out[i] < ctx.softLimits[i][0] - kLimitSlack || out[i] > ctx.softLimits[i][1] + kLimitSlack) {
+        if (!limitAllows(joints_[i], out[i], ctx.softLimits[i], kLimitSlack)) {
             halt();
             return softLimitCode(i);
         }

@@ -16,6 +16,15 @@ namespace srciport {
 
 using LimitTable = std::array<std::array<double, 2>, 6>;
 
+// Whether a joint may go from `from` to `to` under its soft limits {min, max}. Limits narrowed
+// around a standing arm leave the joint outside them: motion back toward the allowed range is
+// allowed, motion further out is not.
+inline bool limitAllows(double from, double to, const std::array<double, 2>& limits, double slack = 0) {
+    if (to < limits[0] - slack) return to >= from - slack;
+    if (to > limits[1] + slack) return to <= from + slack;
+    return true;
+}
+
 // What a segment needs from the rest of the controller when it starts and runs.
 struct MotionContext {
     const Kinematics* kin = nullptr;

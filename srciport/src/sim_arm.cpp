@@ -21,7 +21,10 @@ void SimArm::Impl::resetLocked() {
     kin = Kinematics();
     hard = defaultHardLimits();
     kin.setLimits(hard);
-    for (int j = 0; j < 6; ++j) soft[j] = {hard[j][0] + kSoftMargin, hard[j][1] - kSoftMargin};
+    for (int j = 0; j < 6; ++j) {
+        soft[j] = {hard[j][0] + kSoftMargin, hard[j][1] - kSoftMargin};
+        heldMin[j] = heldMax[j] = HeldBound{};
+    }
     safety = Safety();
     motion.reset(kHome);
     now = 0;

@@ -27,6 +27,14 @@ struct SimArm::Impl {
     uint32_t toolId = 0, frameId = 0;
     SrciPortPayload payload = {};
     LimitTable hard{}, soft{};
+    // A soft bound that would cross the other bound of its joint is held until that other bound
+    // is written: the pair then takes effect together, or is refused together.
+    struct HeldBound {
+        bool held = false;
+        double value = 0;
+    };
+    HeldBound heldMin[6], heldMax[6];
+    int setSoftBound(int joint, int side, double value);
     double refDyn[4] = {}, defDyn[4] = {};
     bool app = false;
     int32_t profinet = SRCIPORT_PROFINET_RUNNING;

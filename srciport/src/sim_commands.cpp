@@ -85,6 +85,7 @@ int SimArm::moveJoint(const double joints[6], double vel, double acc, uint32_t t
     Impl& m = *impl_;
     if (int e = m.safety.motionRefusal()) return e;
     if (!joints || !finite(joints, 6) || !validDynamics(vel, acc, tol)) return kErrBadArgument;
+    // A move ends inside the soft limits; from outside them that is the way back.
     for (int j = 0; j < 6; ++j)
         if (joints[j] < m.soft[j][0] || joints[j] > m.soft[j][1]) return softLimitCode(j);
     MoveRequest r;
@@ -225,24 +226,40 @@ int SimArm::setLoad(const double load[4]) {
     return 0;
 }
 
+// The two bounds of a joint arrive in two calls, in either order. A bound that fits the other
+// bound in force applies at once; one that would cross it is held for the other call, which then
+// applies both or refuses both (kErrLimitPair). The limits in force are always a valid pair.
+int SimArm::Impl::setSoftBound(int joint, int side, double value) {
+    if (value < hard[joint][0] || value > hard[joint][1]) return kErrBadArgument;
+    HeldBound& mine = side == 0 ? heldMin[joint] : heldMax[joint];
+    HeldBound& other = side == 0 ? heldMax[joint] : heldMin[joint];
+    double pair[2] = {soft[joint][0], soft[joint][1]};
+    pair[side] = value;
+    if (other.held) {
+        pair[1 - side] = other.value;
+        other.held = false;
+        mine.held = false;
+        if (!(pair[0] < pair[1])) return kErrLimitPair;
+    } else if (!(pair[0] < pair[1])) {
+        mine = {true, value};
+        return 0;
+    }
+    mine.held = false;
+    soft[joint] = {pair[0], pair[1]};
+    publishLocked();
+    return 0;
+}
+
 int SimArm::setMinLimit(int joint, double value) {
     if (joint < 0 || joint > 5 || !std::isfinite(value)) return kErrBadArgument;
     std::lock_guard<std::mutex> lock(impl_->mu);
-    Impl& m = *impl_;
-    if (value < m.hard[joint][0] || value >= m.soft[joint][1]) return kErrBadArgument;
-    m.soft[joint][0] = value;
-    m.publishLocked();
-    return 0;
+    return impl_->setSoftBound(joint, 0, value);
 }
 
 int SimArm::setMaxLimit(int joint, double value) {
     if (joint < 0 || joint > 5 || !std::isfinite(value)) return kErrBadArgument;
     std::lock_guard<std::mutex> lock(impl_->mu);
-    Impl& m = *impl_;
-    if (value > m.hard[joint][1] || value <= m.soft[joint][0]) return kErrBadArgument;
-    m.soft[joint][1] = value;
-    m.publishLocked();
-    return 0;
+    return impl_->setSoftBound(joint, 1, value);
 }
 
 int SimArm::setReferenceDynamic(double vel, double acc, double dec, double jerk) {

@@ -1,5 +1,6 @@
 #include "command_actions.h"
 
+#include <cstddef>
 #include <cstring>
 
 #include "context.h"
@@ -152,6 +153,17 @@ void send_jog(uint16_t id, uint8_t st, uint16_t alarm) {
     queue(id, C().acr[id].parseq, st, alarm, &rec::kRspOneByte, host);
 }
 
+// The highest index the PLC may use: the axes-group bound, lowered to the last slot the init
+// parameters mark available (the robot serves only those). Without availability data, the bound.
+template <typename Slot, size_t N>
+static uint8_t highest_index(uint8_t bound, const Slot (&slots)[N]) {
+    int top = -1;
+    for (size_t i = 0; i < N && i <= bound; ++i) {
+        if (slots[i].isAvailable) top = static_cast<int>(i);
+    }
+    return top < 0 ? bound : static_cast<uint8_t>(top);
+}
+
 void send_exchange(uint16_t id) {
     Entry& e = C().acr[id];
     LRob_typeServerRspExchangeConfiguration r{};
@@ -163,6 +175,12 @@ void send_exchange(uint16_t id) {
         r.UbFrames = a->RC.UbFrame;
         r.UbLoads = a->RC.UbLoad;
         r.UbWorkarea = a->RC.UbWorkarea;
+        if (const LRob_typePersistentData* p = ctx().persistent) {
+            r.UbTools = highest_index(r.UbTools, p->tools);
+            r.UbFrames = highest_index(r.UbFrames, p->frames);
+            r.UbLoads = highest_index(r.UbLoads, p->loads);
+            r.UbWorkarea = highest_index(r.UbWorkarea, p->workAreas);
+        }
     }
     r.SyncStateRC[0] = C().data_in_sync;
     r.SyncStateRC[1] = 0;

@@ -14,7 +14,7 @@ enum : uint8_t { Buffered = 2, Active = 4, Interrupted = 5, Done = 10, Aborted =
 }
 namespace code {
 inline constexpr uint16_t AbortedByStop = 0x6C05, AbortedByOther = 0x6C06, JogStopped = 0x6C14,
-                          JogByRaState = 0x6C15, InvalidMode = 0x8D21, InvalidOverride = 0x8D23,
+                          JogByRaState = 0x6C15, InvalidMode = 0x8D21, InvalidIndex = 0x8D47, InvalidOverride = 0x8D23,
                           InvalidTargetSequence = 0x8D31, InvalidOperationMode = 0x8D32,
                           InvalidExecMode = 0x8F10, NotImplemented = 0x8F11, OneInstance = 0x8F12,
                           NotInStateMachine = 0x8F18, TypeOutOfRange = 0x8F20, Internal = 0x8FFF,

@@ -94,15 +94,26 @@ bool known_command_type(uint16_t type) {
     return std::binary_search(std::begin(kKnownTypes), std::end(kKnownTypes), type);
 }
 
+namespace {
+
+bool advertised(const srl_config& cfg, uint16_t type) {
+    switch (type) {
+        case cmd::ReadDigitalInputs: case cmd::ReadDigitalOutputs: case cmd::WriteDigitalOutputs:
+            return cfg.advertise_digital_io;
+        case cmd::WriteRobotSWLimits: return cfg.advertise_sw_limit_write;
+        case cmd::ReadWorkArea: case cmd::WriteWorkArea: return cfg.advertise_work_areas;
+        default: return true;
+    }
+}
+
+}  // namespace
+
 // MoveCircular*, MoveLinearAbsoluteJ and SoftSwitchTCP are never advertised: common PLC clients
 // send other codes for them, so advertising would make 2103/2106/2109/7205 ambiguous.
-void build_supported_functions(const Registry& reg, bool write_digital_outputs, bool work_areas,
-                               uint8_t out[19]) {
+void build_supported_functions(const Registry& reg, const srl_config& cfg, uint8_t out[19]) {
     for (int i = 0; i < 19; ++i) out[i] = 0;
     for (const CmdInfo& c : kCommands) {
-        if (!handler_present(reg, c)) continue;
-        if (c.type == cmd::WriteDigitalOutputs && !write_digital_outputs) continue;
-        if ((c.type == cmd::ReadWorkArea || c.type == cmd::WriteWorkArea) && !work_areas) continue;
+        if (!handler_present(reg, c) || !advertised(cfg, c.type)) continue;
         out[c.support_byte] = static_cast<uint8_t>(out[c.support_byte] | (1u << c.support_bit));
     }
     // ReadActualPositionCyclic works through the cyclic blocks, which are always served.

@@ -4,6 +4,7 @@
 #include <cstdint>
 
 #include "registry.h"
+#include "srl/srl_config.h"
 #include "wire_codec.h"
 
 namespace srl {
@@ -52,7 +53,6 @@ bool handler_aborts_others(uint16_t type);
 // Whether the SRCI standard defines the type at all (decides 0x8F11 versus 0x8F20).
 bool known_command_type(uint16_t type);
 // RCSupportedFunctions (19 bytes) from what is registered.
-void build_supported_functions(const Registry& reg, bool write_digital_outputs, bool work_areas,
-                               uint8_t out[19]);
+void build_supported_functions(const Registry& reg, const srl_config& cfg, uint8_t out[19]);
 
 }  // namespace srl

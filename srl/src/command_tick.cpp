@@ -30,10 +30,21 @@ void jog_report(uint16_t id, int st, int err) {
     }
 }
 
+void send_active_move(uint16_t id) {
+    Entry& e = C().acr[id];
+    uint8_t host[sizeof(LRob_typeServerRspMoveLinAbs)] = {};
+    progress_fill(e.motion, host, ctx().cycle);
+    queue(id, e.parseq, state::Active, 0, e.info->rsp, host);
+}
+
 void set_motion_state(uint16_t id, uint8_t st) {
     Entry& e = C().acr[id];
     if (e.state == st) return;
     e.state = st;
+    if (st == state::Active) {
+        progress_update(e.motion, ctx().cyc);
+        return send_active_move(id);
+    }
     queue(id, e.parseq, st, 0, e.info->rsp, nullptr);
 }
 
@@ -70,6 +81,11 @@ void commands_tick() {
                 }
                 break;
             }
+            case Kind::Motion:
+                if (e.state == state::Active && progress_update(e.motion, x.cyc) &&
+                    progress_worth_sending(e.motion, x.cycle))
+                    send_active_move(id);
+                break;
             case Kind::EnableRobot:
                 if (e.enabled != x.cyc.ra_enabled) {
                     e.enabled = x.cyc.ra_enabled;

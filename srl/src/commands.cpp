@@ -114,8 +114,29 @@ void disable_robot(uint16_t id, const uint8_t* host) {
     if (err != 0) logf("srl: disable handler answered 0x%04X", static_cast<unsigned>(err));
 }
 
+// WorkAreaNo arrives in two layouts: a USInt followed by a reserved byte, or a big-endian UINT
+// in the same two bytes. (n, 0) and (0, n) both mean area n; both bytes set is ambiguous.
+// Returns false for the ambiguous case. Missing trailing bytes read as 0.
+bool work_area_number(const uint8_t* p, uint16_t len, uint8_t& n) {
+    const uint8_t first = len > 4 ? p[4] : 0, second = len > 5 ? p[5] : 0;
+    if (first != 0 && second != 0) return false;
+    n = first != 0 ? first : second;
+    return true;
+}
+
 // ---------------------------------------------------------------- command start
-void start_instant(uint16_t id, const CmdInfo& info, uint8_t parseq, const uint8_t* host) {
+void start_instant(uint16_t id, const CmdInfo& info, uint8_t parseq, uint8_t* host,
+                   const uint8_t* p, uint16_t len) {
+    if (info.type == cmd::ReadWorkArea || info.type == cmd::WriteWorkArea) {
+        uint8_t area = 0;
+        if (!work_area_number(p, len, area)) {
+            logf("srl: WorkAreaNo bytes %02X %02X are ambiguous, command refused", p[4], p[5]);  // len > 5 here
+            return error_answer(id, parseq, code::InvalidIndex, info.rsp);
+        }
+        static_assert(offsetof(LRob_typeServerCmdReadWorkArea, WorkAreaNo) ==
+                      offsetof(LRob_typeServerCmdWriteWorkArea, WorkAreaNo));
+        host[offsetof(LRob_typeServerCmdReadWorkArea, WorkAreaNo)] = area;
+    }
     const uint8_t value = host[4];
     if (info.type == cmd::SetSequence && value != 1 && value != 2)
         return error_answer(id, parseq, code::InvalidTargetSequence, info.rsp);
@@ -140,8 +161,7 @@ void start_instant(uint16_t id, const CmdInfo& info, uint8_t parseq, const uint8
     Cyclic& cyc = ctx().cyc;
     switch (info.type) {
         case cmd::ReadRobotData:
-            build_supported_functions(ctx().reg, ctx().cfg.advertise_write_digital_outputs,
-                                      ctx().cfg.advertise_work_areas,
+            build_supported_functions(ctx().reg, ctx().cfg,
                                       out + offsetof(LRob_typeServerRspReadRobotData, RCSupportedFunctions));
             break;
         case cmd::CalculateForwardKinematic:  // the handler computes in the active tool/frame
@@ -184,7 +204,7 @@ void start(uint16_t id, const uint8_t* p, uint16_t len) {
     uint8_t out[SRL_TELEGRAM_SIZE];
     switch (info->kind) {
         case Kind::Instant:
-            return start_instant(id, *info, parseq, host);
+            return start_instant(id, *info, parseq, host, p, len);
         case Kind::Motion: {
             const uint8_t rid = alloc_rid(id);
             const int err = call_handler(info->slot, host, info->cmd->host_len, rid, out);
@@ -198,6 +218,7 @@ void start(uint16_t id, const uint8_t* p, uint16_t len) {
             e.rid = rid;
             e.parseq = parseq;
             e.state = state::Buffered;
+            progress_init(e.motion, info->type, host);
             queue(id, parseq, state::Buffered, 0, info->rsp, nullptr);
             return;
         }

@@ -5,6 +5,7 @@
 #include <cstdint>
 
 #include "command_table.h"
+#include "progress.h"
 #include "response_queue.h"
 #include "sequence_rx.h"
 
@@ -27,6 +28,7 @@ struct Entry {
     bool motion_active = false;
     uint8_t record[32] = {};    // last host command record (EnableRobot, GroupJog)
     uint8_t answer[32] = {};    // last handler answer (ExchangeConfiguration)
+    MotionProgress motion;      // moves: Progress and RemainingDistance while Active
 };
 
 struct Commands {

@@ -63,8 +63,9 @@ constexpr Field kWriteLoad[] = {SRL_HDR, SRL_STAMP, D(10, 10, 10), B(50, 50, 1)}
 constexpr Field kWriteRefDyn[] = {SRL_HDR, SRL_STAMP, D(10, 10, 4)};
 constexpr Field kWriteDefDyn[] = {SRL_HDR, SRL_STAMP, W(10, 10, 4)};
 constexpr Field kWriteSWLimit[] = {SRL_HDR, SRL_STAMP, D(10, 10, 24), B(106, 106, 1)};
-// Standard layout: WorkAreaNo is a UINT, FrameNo at 16 and every REAL one byte before the host
-// record's (which carries an extra DefinitionMode byte at 16).
+// Standard layout: FrameNo at 16 and every REAL one byte before the host record's (which carries
+// an extra DefinitionMode byte at 16). WorkAreaNo (bytes 4-5, USInt + reserved or a UINT) is
+// decoded by the command dispatch, which overwrites the host byte set here.
 constexpr Field kWriteWorkArea[] = {SRL_HDR,      {4, 4, 1, FT::U16ToU8}, W(6, 6), D(8, 8),
                                     B(12, 12, 4), B(16, 17, 1),           D(17, 18, 34)};
 constexpr Field kReadDigital[] = {SRL_HDR, B(4, 4, 11)};

@@ -179,12 +179,12 @@ TEST_F(PowerTest, LimitsToolsFramesAndSettings) {
     // soft limits: inside the hard ones, min < max, index 0..5
     EXPECT_EQ(cmd.setMinLimit(0, -171), kErrBadArgument);
     EXPECT_EQ(cmd.setMaxLimit(1, 151), kErrBadArgument);
-    EXPECT_EQ(cmd.setMinLimit(2, 85), kErrBadArgument);  // above the current maximum
+    EXPECT_EQ(cmd.setMinLimit(2, 85), 0);  // above the current maximum: held for a new maximum
     EXPECT_EQ(cmd.setMaxLimit(6, 10), kErrBadArgument);
     EXPECT_EQ(cmd.setMinLimit(-1, 10), kErrBadArgument);
     EXPECT_EQ(cmd.setMinLimit(2, -100), 0);
     EXPECT_EQ(cmd.setMaxLimit(2, 50), 0);
-    EXPECT_EQ(cmd.setMinLimit(2, 50), kErrBadArgument);
+    EXPECT_EQ(cmd.setMinLimit(2, 50), 0);  // held, not in force
     stat.poll();
     EXPECT_EQ(stat.soft_limits[4], -100);
     EXPECT_EQ(stat.soft_limits[5], 50);

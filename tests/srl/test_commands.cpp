@@ -263,8 +263,8 @@ TEST_F(Commands, GroupInterruptAndContinueDriveTheSequenceState) {
 TEST_F(Commands, SupportedFunctionsFollowRegistrationsAndSwitches) {
     srl_set_read_digital_input(nullptr);
     srl_config cfg = srl_config_get();
-    cfg.advertise_write_digital_outputs = true;
-    cfg.advertise_work_areas = true;
+    cfg.advertise_digital_io = true;
+    cfg.advertise_sw_limit_write = true;
     srl_config_set(cfg);
     const Reply r = plc.cycle({command(3, payload(9002))});
     ASSERT_NE(r.find(3), nullptr);

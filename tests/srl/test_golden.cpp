@@ -129,9 +129,9 @@ protected:
                             {26, "74 65 73 74 52 43 4D"},     // RCManufacturer "testRCM"
                             {110, "01 00 00"},                // RCInterpreterVersion 1.0.0
                             {114, "7E 00 00 00"},             // joints 1..6 used, no externals, units
-                            {118, "FE FF FF 0F 60 00 80 01 00 03"},  // RCSupportedFunctions from the
+                            {118, "FE FF FF 0F 00 00 80 01 00 0E"},  // RCSupportedFunctions from the
                                               // registrations: no MoveCircular*, MoveLinearAbsoluteJ,
-                                              // WriteDigitalOutputs or work areas
+                                              // digital I/O or software-limit write; work areas
                             {138, "53 52 4C 5F 49 6E 74 65 72 70 52 6F 62"},  // RobotID
                             {154, "00 04"},                   // InterpreterCycleTime 4 ms
                             {255, "40"},

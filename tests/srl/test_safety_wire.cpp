@@ -1,9 +1,12 @@
-// What the PLC sees must match what the robot does: error answers a PLC cannot miss, aborting
-// execution modes only where the adapter really aborts, the supported-functions bitmap, both
-// WorkAreaNo layouts, the highest indices and the progress of a running move.
+// What the PLC sees must match what the robot does: aborting execution modes only where the
+// adapter really aborts, both WorkAreaNo layouts and the progress of a running move. (Error
+// severities, the supported-functions bitmap and the highest indices are proven end to end in
+// tests/e2e_inproc/test_safety_wire.cpp and by the golden handshake.)
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
+#include <optional>
 
 #include "fake_handlers.h"
 
@@ -21,27 +24,6 @@ protected:
     int rid_of(const char* handler) { return fakes().last(handler)->in[255]; }
     Plc plc;
 };
-
-// A failed command is State 15 with severity 28 and a non-zero code, whatever the code's family.
-TEST_F(SafetyWire, EveryErrorAnswerCarriesSeverity28AndACode) {
-    const struct { int reported; uint16_t sent; } cases[] = {
-        {0x6C03, 0x6C03}, {0x7C04, 0x7C04}, {0x8C01, 0x8C01}, {0, 0x8FFF}};
-    uint16_t id = 3;
-    for (const auto& c : cases) {
-        plc.cycle({command(id, move_axes())});
-        srl_set_robot_motion_state_1(rid_of("move_axes"), 4, c.reported, 0);
-        const auto f = wait_for(plc, id, 15);
-        ASSERT_TRUE(f.has_value()) << c.reported;
-        EXPECT_EQ(f->severity(), 28) << c.reported;
-        EXPECT_EQ(f->code(), c.sent) << c.reported;
-        ++id;
-    }
-    fakes().err["read_tool"] = 0x6C03;  // an instant handler failing with an info-family code
-    const Reply r = plc.cycle({command(id, payload(5107, {1}))});
-    ASSERT_NE(r.find(id), nullptr);
-    EXPECT_EQ(r.find(id)->state(), 15);
-    EXPECT_EQ(r.find(id)->severity(), 28);
-}
 
 // Aborting modes only where the adapter's handler stops the group; elsewhere they are refused
 // without calling the handler and without touching the queued move.
@@ -68,6 +50,133 @@ TEST_F(SafetyWire, AbortingModesOnlyWhereTheHandlerAborts) {
         // Only an accepted aborting command ends the queued move (Aborted, 0x6C06).
         const auto move = wait_for(plc, 3, 14);
         EXPECT_EQ(move.has_value(), c.accepted) << c.type;
+    }
+}
+
+// Golden telegrams for both WorkAreaNo layouts: a USInt followed by a reserved byte, or a
+// big-endian UINT in the same two bytes. Both bytes set is ambiguous: Error 0x8D47, no handler.
+TEST_F(SafetyWire, WorkAreaNumberInBothLayouts) {
+    const struct { const char* what; const char* payload; const char* handler; int area; const char* header; } cases[] = {
+        // WriteWorkArea 7503, ExecMode 2, ParSeq 1/Prio 3; WorkAreaNo; J1 lower -100.0 (payload 57)
+        // and upper 120.0 (payload 85) in the standard layout; the rest zero-filled.
+        {"write USInt", "1D 4F 02 13 02 00", "write_workarea", 2, "1A 00 00 00"},
+        {"write UINT", "1D 4F 02 13 00 02", "write_workarea", 2, "1A 00 00 00"},
+        {"write area 0", "1D 4F 02 13 00 00", "write_workarea", 0, "1A 00 00 00"},
+        {"write ambiguous", "1D 4F 02 13 02 01", nullptr, -1, "1F 1C 8D 47"},
+        // ReadWorkArea 7502: 5 bytes with a USInt, 6 with a UINT.
+        {"read USInt", "1D 4E 02 13 03", "read_workarea", 3, "1A 00 00 00"},
+        {"read UINT", "1D 4E 02 13 00 03", "read_workarea", 3, "1A 00 00 00"},
+        {"read ambiguous", "1D 4E 02 13 03 03", nullptr, -1, "1F 1C 8D 47"},
+    };
+    uint8_t seq = 4;
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.what);
+        fakes() = Fakes{};
+        Bytes payload_bytes = hex(c.payload);
+        const bool write = payload_bytes[1] == 0x4F;
+        if (write) {
+            payload_bytes.resize(89, 0);
+            const Bytes lower = hex("C2 C8 00 00"), upper = hex("42 F0 00 00");
+            std::copy(lower.begin(), lower.end(), payload_bytes.begin() + 57);
+            std::copy(upper.begin(), upper.end(), payload_bytes.begin() + 85);
+        }
+        Tel t = telegram({
+            {0, "23 00 01 00 01 00 00 00"},  // version 1.3, lengths 256/256, no control
+            {18, "FF FF"},                   // ToolNo/FrameNo
+            {24, "00 05 00 03 00 00 00 00"}, // CmdID 5, Reset+Complete, pointer 0, length below
+        });
+        t[1] = seq % 15 + 1;
+        t[255] = t[1];
+        t[20] = 0;
+        t[21] = seq;  // a new SEQ
+        t[22] = 0;
+        t[23] = static_cast<uint8_t>(8 + payload_bytes.size());
+        t[31] = static_cast<uint8_t>(payload_bytes.size());
+        std::copy(payload_bytes.begin(), payload_bytes.end(), t.begin() + 32);
+        plc.seq = seq++;
+        plc.life = t[1];
+        const Reply r = plc.send_raw(t);
+        ASSERT_NE(r.find(5), nullptr);
+        const Bytes head(r.find(5)->bytes.begin(), r.find(5)->bytes.begin() + 4);
+        EXPECT_EQ(head, hex(c.header));
+        EXPECT_EQ(r.find(5)->bytes.size(), write ? 4u : 154u);
+        if (c.handler == nullptr) {
+            EXPECT_EQ(fakes().count("write_workarea") + fakes().count("read_workarea"), 0);
+            continue;
+        }
+        const Call* call = fakes().last(c.handler);
+        ASSERT_NE(call, nullptr);
+        EXPECT_EQ(call->in[4], c.area);
+        if (write) {
+            LRob_typeServerCmdWriteWorkArea w;
+            std::memcpy(&w, call->in.data(), sizeof w);
+            EXPECT_FLOAT_EQ(w.WorkAreaData.Data.JointLowerLimit.J1, -100.0f);
+            EXPECT_FLOAT_EQ(w.WorkAreaData.Data.JointUpperLimit.J1, 120.0f);
+        }
+    }
+}
+
+// The adapter's per-cycle position push: Cartesian X, Y, Z (rest 0), joints, tool and frame.
+void push_position(float x, float j1, uint8_t tool = 0, uint8_t frame = 0) {
+    uint8_t block[104] = {};
+    std::memcpy(block, &x, 4);
+    std::memcpy(block + 54, &j1, 4);
+    block[102] = tool;
+    block[103] = frame;
+    srl_set_current_pos(block, 1.0f);
+}
+
+float be_real(const uint8_t* p) {
+    const uint32_t v = uint32_t{p[0]} << 24 | uint32_t{p[1]} << 16 | uint32_t{p[2]} << 8 | p[3];
+    float f;
+    std::memcpy(&f, &v, 4);
+    return f;
+}
+
+// While a move is Active its answers carry Progress (percent x 100) and, for Cartesian moves,
+// RemainingDistance in mm, from the target and the pushed position; Done is 100 %.
+TEST_F(SafetyWire, ActiveMovesReportProgressAndRemainingDistance) {
+    const struct {
+        const char* what;
+        uint16_t type;
+        uint8_t tool;           // the move's ToolNo (Cartesian only)
+        float at;               // X (mm) or J1 (deg) when the answer is read; target 100 from 0
+        uint16_t progress;
+        float remaining;
+    } cases[] = {
+        {"axes", 2101, 0, 25, 2500, 0},
+        {"linear", 2103, 255, 60, 6000, 40},
+        {"direct, same tool", 2102, 0, 90, 9000, 10},
+        {"linear in another tool: not comparable", 2103, 3, 60, 0, 0},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.what);
+        reset_interpreter();
+        plc.connect();
+        push_position(0, 0);
+        Bytes body(c.type == 2101 ? 76 : 88, 0);
+        const Bytes hundred = hex("42 C8 00 00");  // 100.0
+        std::copy(hundred.begin(), hundred.end(), body.begin() + (c.type == 2101 ? 24 : 26));
+        if (c.type != 2101) body[14] = c.tool;
+        plc.cycle({command(3, payload(c.type, body, 0))});
+        srl_set_robot_motion_state_1(rid_of(c.type == 2101 ? "move_axes" : c.type == 2103 ? "move_linear" : "move_direct"), 3, 0, 0);
+        ASSERT_TRUE(wait_for(plc, 3, 4).has_value());
+        push_position(c.at, c.at);
+        std::optional<RspFrag> last;
+        for (int i = 0; i < 40; ++i) {
+            const Reply r = plc.cycle();
+            if (r.find(3) != nullptr) last = *r.find(3);
+        }
+        if (c.tool == 3) {
+            EXPECT_FALSE(last.has_value()) << "no answer without a comparable position";
+            continue;
+        }
+        ASSERT_TRUE(last.has_value());
+        EXPECT_EQ(last->state(), 4);
+        EXPECT_EQ(be16(&last->bytes[8]), c.progress);
+        if (c.type != 2101) {
+            EXPECT_NEAR(be_real(&last->bytes[10]), c.remaining, 1e-3);
+        }
     }
 }
 

@@ -18,6 +18,7 @@ enum PortCode : int32_t {
     kErrNotPowered = 0xF0006,     // enable refused: arm not powered
     kErrPowerFailed = 0xF0007,    // power-on refused by the drives
     kErrBusy = 0xF000A,           // refused while the arm moves
+    kErrLimitPair = 0xF000B,      // soft-limit pair refused: minimum not below maximum
     kErrJointJump = 0xF0017,      // a path point needs a joint jump (near a singularity)
     kErrPathUnreachable = 0xF0018 // a path point lies outside the workspace
 };

@@ -111,7 +111,11 @@ public:
     int setToolId(int id);
     int setFrameId(int id);
     int setLoad(const double load[4]);  // mass, x, y, z
-    int setMinLimit(int joint, double value);  // joint index 0..5
+    // Soft limits of joint index 0..5, within the hard limits. The two bounds may be written in
+    // either order: a bound that would cross the other one is held until the other bound is
+    // written, and the pair then takes effect together or is refused with kErrLimitPair. A
+    // joint left outside new limits may move back toward them, never further out.
+    int setMinLimit(int joint, double value);
     int setMaxLimit(int joint, double value);
     int setReferenceDynamic(double vel, double acc, double dec, double jerk);
     int setSpeedRatio(double ratio);  // 0..1 (values above 1 are clamped)

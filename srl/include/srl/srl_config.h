@@ -21,10 +21,13 @@ struct srl_config {
     uint16_t length_rob_to_plc = 256;
     // R->P byte 0. Clients only check the major version (bits 5-7 = 1).
     uint8_t version_byte = 0x23;
-    // Advertise WriteDigitalOutputs / the work-area commands in RCSupportedFunctions. Off by
-    // default: common PLC clients send layouts for them that differ from the SRCI standard.
-    bool advertise_write_digital_outputs = false;
-    bool advertise_work_areas = false;
+    // RCSupportedFunctions advertises every registered function that does real work. The digital
+    // I/O commands are registered but do nothing on this robot, and the software-limit write is
+    // always refused (limits change through work area 0): both stay unadvertised unless set here.
+    // The work-area commands are advertised; WorkAreaNo is read in both layouts met in the field.
+    bool advertise_digital_io = false;
+    bool advertise_sw_limit_write = false;
+    bool advertise_work_areas = true;
     // Client lifesign timeout used until ExchangeConfiguration brings the client's value, when the
     // init parameters do not give one (generalConfiguration.LifeSignTimeOut).
     uint16_t default_lifesign_timeout_ms = 1000;
