@@ -2,6 +2,7 @@
 // new PLC client initialises and moves the arm through the new gateway.
 #include <gtest/gtest.h>
 
+#include <cstdio>
 #include <fstream>
 #include <memory>
 #include <regex>
@@ -23,6 +24,8 @@ struct Chain {
     std::string port;
 
     bool start_pnio() {
+        // The previous gateway's "listening" line must not be mistaken for the new one's.
+        std::remove(dir.file("pnio.out").c_str());
         pnio = std::make_unique<ChildProcess>(PNIO_SIM_BIN, std::vector<std::string>{"--port", "0", "--no-status"},
                                               dir.path(), dir.file("pnio.out"));
         const std::regex listening(R"(listening on [0-9.]+:([0-9]+))");
