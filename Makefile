@@ -8,13 +8,16 @@ ASAN_DIR  ?= build-asan
 TSAN_DIR  ?= build-tsan
 FUZZ_DIR  ?= build-fuzz
 FUZZ_SECONDS ?= 60
+# Extra CMake options for every configure, e.g. CMAKE_ARGS=-DSRCI_WERROR=ON (as .ci/run does).
+CMAKE_ARGS ?=
+FORMAT_FILES = $(shell git ls-files '*.cpp' '*.h' '*.hpp')
 
 DEB_PACKAGES := cmake g++ make libgtest-dev libgmock-dev libbenchmark-dev \
                 clang libclang-rt-14-dev procps liborocos-kdl-dev ccache \
                 libcli11-dev nlohmann-json3-dev libcpp-httplib-dev tshark chromium \
-                gnuplot-nox help2man pkg-config lintian fakeroot
+                gnuplot-nox help2man pkg-config lintian fakeroot clang-format clang-tidy
 
-.PHONY: all deps build test asan tsan fuzz fuzz-ci bench bench-cycle demo package clean
+.PHONY: all deps build test asan tsan fuzz fuzz-ci bench bench-cycle demo package clean format format-check tidy
 
 all: build
 
@@ -28,7 +31,7 @@ deps:
 	fi
 
 $(BUILD)/CMakeCache.txt: | deps
-	cmake -S . -B $(BUILD) -DCMAKE_BUILD_TYPE=RelWithDebInfo
+	cmake -S . -B $(BUILD) -DCMAKE_BUILD_TYPE=RelWithDebInfo $(CMAKE_ARGS)
 
 build: deps $(BUILD)/CMakeCache.txt
 	cmake --build $(BUILD) -j $(JOBS)
@@ -37,13 +40,13 @@ test: build
 	cd $(BUILD) && ctest --output-on-failure -j $(JOBS)
 
 asan: deps
-	cmake -S . -B $(ASAN_DIR) -DCMAKE_BUILD_TYPE=Debug -DSRCI_SANITIZE=ON -DSRCI_BENCH=OFF
+	cmake -S . -B $(ASAN_DIR) -DCMAKE_BUILD_TYPE=Debug -DSRCI_SANITIZE=ON -DSRCI_BENCH=OFF $(CMAKE_ARGS)
 	cmake --build $(ASAN_DIR) -j $(JOBS)
 	cd $(ASAN_DIR) && ASAN_OPTIONS=detect_leaks=1 UBSAN_OPTIONS=print_stacktrace=1 \
 	  ctest --output-on-failure -j $(JOBS) -LE no_sanitizer
 
 tsan: deps
-	cmake -S . -B $(TSAN_DIR) -DCMAKE_BUILD_TYPE=Debug -DSRCI_TSAN=ON -DSRCI_BENCH=OFF
+	cmake -S . -B $(TSAN_DIR) -DCMAKE_BUILD_TYPE=Debug -DSRCI_TSAN=ON -DSRCI_BENCH=OFF $(CMAKE_ARGS)
 	cmake --build $(TSAN_DIR) -j $(JOBS)
 	cd $(TSAN_DIR) && ctest --output-on-failure -j $(JOBS) -L tsan
 
@@ -68,6 +71,18 @@ bench: build
 	@for b in $(BUILD)/bench/*/bench_*; do [ -x "$$b" ] || continue; \
 	  echo "== $$(basename $$b)"; $$b --benchmark_out=$(BUILD)/bench-results/$$(basename $$b).json --benchmark_out_format=json; done
 	@echo "figures written to $(BUILD)/bench-results/"
+
+# Style: .clang-format. format rewrites the tracked sources, format-check only reports.
+format:
+	clang-format -i $(FORMAT_FILES)
+
+format-check:
+	clang-format --dry-run --Werror $(FORMAT_FILES)
+
+# .clang-tidy's checks over the project's own sources (tests, fuzz targets and benchmarks aside).
+tidy: deps
+	cmake -S . -B $(BUILD) -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCMAKE_EXPORT_COMPILE_COMMANDS=ON $(CMAKE_ARGS)
+	run-clang-tidy -p $(BUILD) -quiet -j $(JOBS) '$(CURDIR)/(srci|srl|srciport|zlog|qxutil|tools)/.*\.cpp$$'
 
 # The running adapter's 4 ms cycle against a bare usleep(4000) loop; see README "Cycle benchmark".
 # BENCH_CYCLE_ARGS=--quick for a short run; the full run takes about 15 minutes.

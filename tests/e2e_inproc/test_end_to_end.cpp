@@ -3,10 +3,13 @@
 // the first one sees a fresh start (no srci.ini), later ones build on the enabled robot.
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <cmath>
 #include <cstdio>
 #include <memory>
 #include <set>
+#include <utility>
+#include <vector>
 #include <variant>
 
 #include "child_process.h"
@@ -186,43 +189,44 @@ TEST_F(EndToEnd, RelativeMovesRunAsIncrementalJogs) {
     EXPECT_TRUE(final.answered);
 }
 
-TEST_F(EndToEnd, ToolFrameAndLoadWritesReachTheArmAndSrciIni) {
-    ASSERT_TRUE(run("write-tool", {{"tool", 3}, {"x", 5}, {"y", 0}, {"z", 150}, {"rz", 30}, {"load", 2}}).ok());
+// Each data command once through the wire: its code and the fields the PLC reads back. The
+// handlers' own cases are in tests/handlers; this checks the telegram coding around them.
+TEST_F(EndToEnd, DataCommandsAnswerThroughTheWireAndReachTheArmAndSrciIni) {
+    struct Row {
+        const char* command;
+        ParamValues values;
+        int code;
+        std::vector<std::pair<const char*, double>> fields;
+    } rows[] = {
+        {"write-tool", {{"tool", 3}, {"x", 5}, {"z", 150}, {"rz", 30}, {"load", 2}}, 0, {}},
+        {"read-tool", {{"tool", 3}}, 0, {{"z", 150}, {"load", 2}}},
+        {"write-tool", {{"tool", 0}, {"z", 1}, {"rz", 1}}, 0x8D35, {}},  // tool 0 is the flange
+        {"write-frame", {{"frame", 2}, {"x", 400}, {"y", 50}, {"z", 10}, {"rz", 90}}, 0, {}},
+        {"write-frame", {{"frame", 4}, {"reference", 4}, {"x", 1}}, 0x8C13, {}},
+        {"write-load", {{"load", 5}, {"mass", 3.5}, {"x", 1}, {"y", 2}, {"z", 40}, {"iz", 0.5}}, 0, {}},
+        {"read-load", {{"load", 5}}, 0, {{"mass", 3.5}}},
+        {"write-dynamics", {{"vel", 500}, {"acc", -1}}, 0, {{"vel", 500}, {"acc", 300}}},  // negative: keep
+        {"write-dynamics", {{"vel", 500}, {"acc", 300}, {"dec", 0}}, 36135, {}},
+        {"write-dynamics", {{"vel", 2500}, {"acc", 300}}, 36137, {}},
+        {"write-default-dynamics", {{"vel", 50}, {"acc", -1}}, 0, {{"vel", 50}}},
+        {"write-default-dynamics", {{"vel", 50}, {"acc", 50}, {"jerk", 0}}, 36356, {}},
+        {"write-limits", {{"min_j1", -10}, {"max_j1", 10}}, 0x8F11, {}},
+        {"read-workarea", {{"area", 3}}, 0, {{"max_j1", 0}}},
+    };
+    for (const Row& r : rows) {
+        const auto answer = run(r.command, r.values);
+        EXPECT_EQ(answer.header.code, r.code) << r.command;
+        for (const auto& [name, value] : r.fields) EXPECT_NEAR(field(answer, name), value, 1e-4) << r.command << " " << name;
+    }
     EXPECT_DOUBLE_EQ(arm().usr_tools[3][2], 150);
-    const auto tool = run("read-tool", {{"tool", 3}});
-    EXPECT_FLOAT_EQ(field(tool, "z"), 150);
-    EXPECT_EQ(field(tool, "load"), 2);
-    EXPECT_EQ(run("write-tool", {{"tool", 0}, {"z", 1}, {"rz", 1}}).header.code, 0x8D35) << "tool 0 is the flange";
-
-    ASSERT_TRUE(run("write-frame", {{"frame", 2}, {"x", 400}, {"y", 50}, {"z", 10}, {"rz", 90}}).ok());
     EXPECT_DOUBLE_EQ(arm().usr_frames[2][0], 400);
-    EXPECT_EQ(run("write-frame", {{"frame", 4}, {"reference", 4}, {"x", 1}}).header.code, 0x8C13);
-
-    ASSERT_TRUE(run("write-load", {{"load", 5}, {"mass", 3.5}, {"x", 1}, {"y", 2}, {"z", 40}, {"iz", 0.5}}).ok());
-    EXPECT_FLOAT_EQ(field(run("read-load", {{"load", 5}}), "mass"), 3.5);
-
     const std::string ini = readFile("srci.ini");
-    const auto tool3 = ini.find("[tool3]");
-    ASSERT_NE(tool3, std::string::npos);
-    EXPECT_NE(ini.find("z=150.000000", tool3), std::string::npos);
+    ASSERT_NE(ini.find("[tool3]"), std::string::npos);
+    EXPECT_NE(ini.find("z=150.000000", ini.find("[tool3]")), std::string::npos);
     EXPECT_NE(ini.find("mass=3.500000", ini.find("[load5]")), std::string::npos);
 }
 
-TEST_F(EndToEnd, DynamicsWritesAnswerTheValuesInForce) {
-    const auto written = run("write-dynamics", {{"vel", 500}, {"acc", -1}});
-    ASSERT_TRUE(written.ok());
-    EXPECT_FLOAT_EQ(field(written, "vel"), 500);
-    EXPECT_FLOAT_EQ(field(written, "acc"), 300) << "a negative value keeps the stored one";
-    EXPECT_EQ(run("write-dynamics", {{"vel", 500}, {"acc", 300}, {"dec", 0}}).header.code, 36135);
-    EXPECT_EQ(run("write-dynamics", {{"vel", 2500}, {"acc", 300}}).header.code, 36137);
-    const auto def = run("write-default-dynamics", {{"vel", 50}, {"acc", -1}});
-    ASSERT_TRUE(def.ok());
-    EXPECT_NEAR(field(def, "vel"), 50, 1e-6);
-    EXPECT_EQ(run("write-default-dynamics", {{"vel", 50}, {"acc", 50}, {"jerk", 0}}).header.code, 36356);
-}
-
-TEST_F(EndToEnd, LimitsAreWrittenOnlyThroughWorkAreaZero) {
-    EXPECT_EQ(run("write-limits", {{"min_j1", -10}, {"max_j1", 10}}).header.code, 0x8F11);
+TEST_F(EndToEnd, LimitsAreWrittenThroughWorkAreaZero) {
     ParamValues area{{"area", 0}};
     const double lower[6] = {-160, -100, -60, -170, -110, -350};
     const double upper[6] = {160, 140, 150, 170, 110, 350};
@@ -236,9 +240,6 @@ TEST_F(EndToEnd, LimitsAreWrittenOnlyThroughWorkAreaZero) {
     const auto limits = run("read-limits");
     EXPECT_FLOAT_EQ(field(limits, "min_j1"), -160);
     EXPECT_FLOAT_EQ(field(limits, "max_j6"), 350);
-    const auto other = run("read-workarea", {{"area", 3}});
-    EXPECT_TRUE(other.ok());
-    EXPECT_FLOAT_EQ(field(other, "max_j1"), 0);
 }
 
 TEST_F(EndToEnd, ActualPositionAndKinematicsAgreeWithTheArm) {
@@ -296,7 +297,9 @@ TEST_F(EndToEnd, DisableEndsTheEnableCommand) {
     client->update(enableId, {{"enable", 0}});
     const auto disabled = client->wait(enableId, WaitFor::Final, 60000);
     EXPECT_EQ(disabled.header.state, kDone);
-    cycles(600);
+    // The power worker disables on its own thread: on a loaded machine it may need more cycles.
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(60);
+    while (arm().ra_enable_stat != 0 && std::chrono::steady_clock::now() < deadline) cycles(10);
     EXPECT_EQ(arm().ra_enable_stat, 0);
 }
 

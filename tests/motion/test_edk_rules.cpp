@@ -91,12 +91,7 @@ TEST_F(RulesTest, EachCheckThrowsItsCodeInOrder) {
     EXPECT_EQ(thrownCode([] { helper.checkTrig(LRob_typeServerCmdTriggerSubheader{{1, 2, 3, 4}, 5, 0}); }), 0);
 }
 
-TEST_F(RulesTest, CommandIdIsTheLastTelegramByte) {
-    unsigned char telegram[256] = {};
-    telegram[254] = 9;
-    telegram[255] = 200;
-    EXPECT_EQ(EDK_Helper::getCmdID(telegram), 200);
-}
+// The command id (last telegram byte) is checked where the handlers use it (tests/handlers).
 
 TEST_F(RulesTest, JogDirectionFirstSetBitWinsPositiveBeforeNegative) {
     // Each single bit in table order, then the external-axis bits that are ignored.
