@@ -133,17 +133,25 @@ TEST_F(KilledWriter, EveryKillLeavesTheFileWholeAndEveryRestartComesUp) {
         // Every fifth kill lands during start-up, when the store writes every record back.
         const bool duringStartUp = round % 5 == 4;
         if (!duringStartUp) connect();
-        std::atomic<bool> killed{false};
-        std::thread killer([&, delayMs = static_cast<int>(rng() % 400)] {
-            std::this_thread::sleep_for(std::chrono::milliseconds(delayMs));
+        // The kill lands a random time after a random write was sent: while the adapter handles
+        // it, which is when srci.ini is being written, or just after.
+        std::atomic<bool> killed{false}, sending{false};
+        std::thread killer([&, warmUpMs = static_cast<int>(rng() % 300), delayUs = static_cast<int>(rng() % 40000)] {
+            std::this_thread::sleep_for(std::chrono::milliseconds(warmUpMs));
+            const auto giveUp = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+            while (!duringStartUp && !sending && std::chrono::steady_clock::now() < giveUp)
+                std::this_thread::sleep_for(std::chrono::microseconds(100));
+            std::this_thread::sleep_for(std::chrono::microseconds(delayUs));
             server->signal(SIGKILL);
             killed = true;
         });
         while (!duringStartUp && !killed) {
             Write w = makeWrite(rng, ++serial);
             inFlight = w;
+            sending = true;
             try {
                 const auto result = client->execute(command(w.command.c_str()), w.params, WaitFor::Final, 5000);
+                sending = false;
                 if (!result.ok()) break;  // the answer of a dying server
                 acked[w.section] = w.keys;
                 inFlight.reset();
