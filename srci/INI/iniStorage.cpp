@@ -47,7 +47,7 @@ IniStorage* current = &diskStorage;
 
 srci::ini_detail::FileHandle DiskIniStorage::openForReading(const char* path)
 {
-    return srci::ini_detail::openRegularFile(path, srci::ini_detail::OpenMode::read);
+    return srci::ini_detail::openForReading(path);
 }
 
 bool DiskIniStorage::replace(const char* path, std::string_view content)
