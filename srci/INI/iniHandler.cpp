@@ -1,6 +1,46 @@
 #include "INI/iniHandler.h"
 
+#include <cstdio>
+#include <limits>
+
 #include "itf_rc/srci_errcode.h"
+
+namespace {
+
+// The text put(double) writes: narrowed to a float (saturating), six decimals.
+std::string floatText(double value)
+{
+    constexpr double largest = std::numeric_limits<float>::max();
+    const float narrowed = value > largest    ? std::numeric_limits<float>::infinity()
+                           : value < -largest ? -std::numeric_limits<float>::infinity()
+                                              : static_cast<float>(value);
+    char text[64];
+    std::snprintf(text, sizeof text, "%f", static_cast<double>(narrowed));
+    return text;
+}
+
+}  // namespace
+
+IniRecord& IniRecord::add(const std::string& key, double value)
+{
+    keys_.push_back(key);
+    values_.push_back(floatText(value));
+    return *this;
+}
+
+IniRecord& IniRecord::add(const std::string& key, int value)
+{
+    keys_.push_back(key);
+    values_.push_back(std::to_string(value));
+    return *this;
+}
+
+IniRecord& IniRecord::add(const std::string& key, bool value)
+{
+    keys_.push_back(key);
+    values_.push_back(value ? "true" : "false");
+    return *this;
+}
 
 INI::INI(std::string path) : path_(std::move(path)), ini_(path_) {}
 
@@ -71,4 +111,15 @@ bool INI::put(const std::string& section, const std::string& key, double value)
 bool INI::put(const std::string& section, const std::string& key, bool value)
 {
     return ini_.put(section, key, value);
+}
+
+bool INI::put(const IniRecord& record)
+{
+    std::vector<const char*> keys, values;
+    for (std::size_t i = 0; i < record.keys().size(); ++i) {
+        keys.push_back(record.keys()[i].c_str());
+        values.push_back(record.values()[i].c_str());
+    }
+    return ini_putsection(record.section().c_str(), keys.data(), values.data(), static_cast<int>(keys.size()),
+                          path_.c_str()) != 0;
 }

@@ -7,8 +7,28 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "INI/minIni.h"
+
+// The keys of one section, written together so that after any crash the section holds
+// either all the old or all the new values. Values are formatted as INI::put formats them.
+class IniRecord {
+public:
+    explicit IniRecord(std::string section) : section_(std::move(section)) {}
+    IniRecord& add(const std::string& key, double value);
+    IniRecord& add(const std::string& key, int value);
+    IniRecord& add(const std::string& key, bool value);
+
+    const std::string& section() const { return section_; }
+    const std::vector<std::string>& keys() const { return keys_; }
+    const std::vector<std::string>& values() const { return values_; }
+
+private:
+    std::string section_;
+    std::vector<std::string> keys_;
+    std::vector<std::string> values_;
+};
 
 class INI {
 public:
@@ -34,6 +54,8 @@ public:
     bool put(const std::string& section, const std::string& key, double value);
     // Written as "true" or "false".
     bool put(const std::string& section, const std::string& key, bool value);
+    // Every key of the record in one replacement of the file, in the record's order.
+    bool put(const IniRecord& record);
 
     const std::string& path() const { return path_; }
 

@@ -1,10 +1,13 @@
 // Writing, changing and removing one key (or a whole section) of an INI file.
 #include <cerrno>
+#include <cstdio>
+#include <string>
+#include <vector>
 
 #include "INI/iniFileAccess.h"
 #include "INI/iniLineSyntax.h"
-#include "INI/iniLookup.h"
 #include "INI/iniRewrite.h"
+#include "INI/iniStorage.h"
 #include "INI/minIni.h"
 
 using namespace srci::ini_detail;
@@ -28,16 +31,36 @@ bool isWritableChange(std::string_view section, const char* key, const char* val
     return value == nullptr || (isWritableValue(value) && fitsReadBuffer(keyLine(key, value)));
 }
 
-int createWithKey(const char* filename, std::string_view section, const char* key,
-                  const char* value)
+// The whole file as it is now; false when it exists but cannot be read.
+bool loadFile(const char* filename, std::string& content, bool& exists)
 {
-    FileHandle file = openRegularFile(filename, OpenMode::createWrite);
+    content.clear();
+    FileHandle file = iniStorage().openForReading(filename);
+    exists = static_cast<bool>(file);
     if (!file)
+        return errno == ENOENT;  // only a really absent file may be created
+    char chunk[INI_BUFFERSIZE];
+    std::size_t got;
+    while ((got = std::fread(chunk, 1, sizeof chunk, file.get())) > 0)
+        content.append(chunk, got);
+    return std::ferror(file.get()) == 0;
+}
+
+// All changes in one replacement of the file, or none at all.
+int applyAll(const char* filename, const IniChange* changes, int count)
+{
+    std::string content;
+    bool exists = false;
+    if (!loadFile(filename, content, exists))
         return 0;
-    std::string text = section.empty() ? std::string() : sectionLine(section);
-    text += keyLine(key, value);
-    const bool written = std::fwrite(text.data(), 1, text.size(), file.get()) == text.size();
-    return flushSyncClose(std::move(file)) && written ? 1 : 0;
+    std::string updated = content;
+    for (int i = 0; i < count; ++i) {
+        if (!applyChange(updated, changes[i]))
+            return 0;
+    }
+    if (updated == content && (exists || updated.empty()))
+        return 1;  // nothing to write (or nothing to create)
+    return iniStorage().replace(filename, updated) ? 1 : 0;
 }
 
 }  // namespace
@@ -49,43 +72,23 @@ int ini_puts(const char* section, const char* key, const char* value, const char
     const std::string_view sectionName = section != nullptr ? section : "";
     if (!isWritableChange(sectionName, key, value))
         return 0;
+    const IniChange change{sectionName, key, value};
+    return applyAll(filename, &change, 1);
+}
 
-    FileHandle source = openRegularFile(filename, OpenMode::read);
-    if (!source) {
-        // Only a file that is really absent may be created; anything else
-        // (a directory, no permission) is a failed write.
-        if (errno != ENOENT)
-            return 0;
-        if (key == nullptr || value == nullptr)
-            return 1;  // nothing to remove
-        return createWithKey(filename, sectionName, key, value);
-    }
-
-    IniLineReader reader(source.get());
-    const KeyLookup found = lookupKey(reader, sectionName, key != nullptr ? key : "");
-    if (key == nullptr) {
-        if (!found.sectionFound)
-            return 1;
-    } else if (value == nullptr) {
-        if (!found.keyFound)
-            return 1;
-    } else if (found.keyFound) {
-        if (found.value == value)
-            return 1;
-        const std::string newLine = keyLine(key, value);
-        if (found.line.isComplete() && found.line.length == static_cast<long long>(newLine.size())) {
-            source.reset();
-            if (overwriteLineInPlace(filename, found.line, newLine))
-                return 1;
-            // The file changed under us or cannot be opened for update: take the long way.
-            source = openRegularFile(filename, OpenMode::read);
-            if (!source)
-                return 0;
-            reader = IniLineReader(source.get());
-        }
-    }
-
-    if (!reader.rewind())
+int ini_putsection(const char* section, const char* const* keys, const char* const* values, int count,
+                   const char* filename)
+{
+    if (filename == nullptr || *filename == '\0' || count < 0 || (count > 0 && (keys == nullptr || values == nullptr)))
         return 0;
-    return rewriteThroughTemp(filename, reader, {sectionName, key, value}) ? 1 : 0;
+    const std::string_view sectionName = section != nullptr ? section : "";
+    std::vector<IniChange> changes;
+    changes.reserve(static_cast<std::size_t>(count));
+    for (int i = 0; i < count; ++i) {
+        // A record is written whole: one key that cannot be stored refuses all of them.
+        if (keys[i] == nullptr || values[i] == nullptr || !isWritableChange(sectionName, keys[i], values[i]))
+            return 0;
+        changes.push_back({sectionName, keys[i], values[i]});
+    }
+    return applyAll(filename, changes.data(), count);
 }

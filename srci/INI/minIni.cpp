@@ -9,6 +9,7 @@
 #include "INI/iniFileAccess.h"
 #include "INI/iniLineSyntax.h"
 #include "INI/iniLookup.h"
+#include "INI/iniStorage.h"
 
 using namespace srci::ini_detail;
 
@@ -41,7 +42,7 @@ int copyOut(std::string_view text, char* buffer, int size)
 KeyLookup lookupInFile(const char* section, const char* key, const char* filename)
 {
     KeyLookup result;
-    FileHandle file = openRegularFile(filename, OpenMode::read);
+    FileHandle file = iniStorage().openForReading(filename);
     if (!file)
         return result;
     IniLineReader reader(file.get());
@@ -104,7 +105,7 @@ int ini_getbool(const char* section, const char* key, int defValue, const char* 
 
 int ini_hassection(const char* section, const char* filename)
 {
-    FileHandle file = openRegularFile(filename, OpenMode::read);
+    FileHandle file = iniStorage().openForReading(filename);
     if (!file)
         return 0;
     IniLineReader reader(file.get());
@@ -121,7 +122,7 @@ int ini_getsection(int idx, char* buffer, int size, const char* filename)
     if (!usableBuffer(buffer, size))
         return 0;
     buffer[0] = '\0';
-    FileHandle file = openRegularFile(filename, OpenMode::read);
+    FileHandle file = iniStorage().openForReading(filename);
     if (!file || idx < 0)
         return 0;
     IniLineReader reader(file.get());
@@ -143,7 +144,7 @@ int ini_getkey(const char* section, int idx, char* buffer, int size, const char*
     if (!usableBuffer(buffer, size))
         return 0;
     buffer[0] = '\0';
-    FileHandle file = openRegularFile(filename, OpenMode::read);
+    FileHandle file = iniStorage().openForReading(filename);
     if (!file || idx < 0)
         return 0;
     IniLineReader reader(file.get());
@@ -165,7 +166,7 @@ int ini_browse(ini_browse_callback callback, void* userData, const char* filenam
 {
     if (callback == nullptr)
         return 0;
-    FileHandle file = openRegularFile(filename, OpenMode::read);
+    FileHandle file = iniStorage().openForReading(filename);
     if (!file)
         return 0;
     IniLineReader reader(file.get());

@@ -49,6 +49,11 @@ int ini_putl(const char* section, const char* key, long value, const char* filen
 int ini_putf(const char* section, const char* key, float value, const char* filename);
 // "true" or "false".
 int ini_putbool(const char* section, const char* key, int value, const char* filename);
+// Writes count keys of one section in a single replacement of the file, with the result
+// ini_puts would give key by key in this order. Refuses all of them (0) when one cannot be
+// written; a key that already holds its value is left as it is.
+int ini_putsection(const char* section, const char* const* keys, const char* const* values, int count,
+                   const char* filename);
 
 // The free functions bound to one file name.
 class minIni {

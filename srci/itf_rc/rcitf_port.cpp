@@ -6,7 +6,6 @@
 namespace srci {
 namespace {
 
-std::shared_ptr<SrciPortStat> __stat;
 std::shared_ptr<SrciPortCmd> __cmd;
 JogCmdParam lastJogCmd_;
 
@@ -40,13 +39,16 @@ JogCmdParam& lastJogCmd() { return lastJogCmd_; }
 const JogCmdParam& lastJogCommand() { return lastJogCmd_; }
 void setRcItfSleep(SleepFn fn) { sleepFn = fn ? fn : realSleep; }
 
+// One snapshot per calling thread: the power worker polls while the main cycle reads, and a
+// shared snapshot would be rewritten under the reader's feet.
 std::shared_ptr<SrciPortStat> getStat() {
-    if (!__stat) {
-        __stat = std::make_shared<SrciPortStat>();
-        __stat->init();
-        __stat->poll();
+    thread_local std::shared_ptr<SrciPortStat> mine;
+    if (!mine) {
+        mine = std::make_shared<SrciPortStat>();
+        mine->init();
+        mine->poll();
     }
-    return __stat;
+    return mine;
 }
 
 std::shared_ptr<SrciPortCmd> getCmd() {

@@ -127,7 +127,8 @@ public:
     // ---- power and enable
     void TryEnableRobot(bool enable);
     static void power_thread(bool enable);
-    static bool power_enable_need_update;
+    // Set by the worker, read and cleared by the main cycle.
+    static std::atomic<bool> power_enable_need_update;
 
     bool requireEnable;
     uint8_t stepMode;

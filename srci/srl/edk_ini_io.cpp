@@ -1,5 +1,5 @@
 // The store's sections in srci.ini. Reads abort at the first missing section or key, so a
-// partial record never leaves here; writes put every key in a fixed order.
+// partial record never leaves here; each record is written whole, its keys in a fixed order.
 #include <string>
 
 #include "itf_rc/srci_log.h"
@@ -19,14 +19,15 @@ srci::POSE readPose(const INI& ini, const std::string& sec) {
     return srci::POSE(x, y, z, rx, ry, rz);
 }
 
-template <typename T>
-void put(INI& ini, const std::string& sec, const char* key, T value) {
-    if (!ini.put(sec, key, value)) throw static_cast<int>(srci::err_ini_write);
+// One record, one replacement of the file: a crash leaves the section all old or all new.
+void write(INI& ini, const IniRecord& record) {
+    if (!ini.put(record)) throw static_cast<int>(srci::err_ini_write);
 }
 
-void writePose(INI& ini, const std::string& sec, const srci::POSE& pose) {
+IniRecord& addPose(IniRecord& record, const srci::POSE& pose) {
     static const char* const keys[6] = {"x", "y", "z", "rx", "ry", "rz"};
-    for (unsigned int i = 0; i < 6; ++i) put(ini, sec, keys[i], pose[i]);
+    for (unsigned int i = 0; i < 6; ++i) record.add(keys[i], pose[i]);
+    return record;
 }
 
 // dec and jerk cannot be configured: whatever the file holds, they read back as unused.
@@ -45,10 +46,7 @@ bool readDynSection(const INI& ini, const char* sec, DynPair& out) {
 }
 
 void writeDynSection(INI& ini, const char* sec, double vel, double acc, double dec, double jerk) {
-    put(ini, sec, "vel", vel);
-    put(ini, sec, "acc", acc);
-    put(ini, sec, "dec", dec);
-    put(ini, sec, "jerk", jerk);
+    write(ini, IniRecord(sec).add("vel", vel).add("acc", acc).add("dec", dec).add("jerk", jerk));
 }
 
 }  // namespace
@@ -101,31 +99,32 @@ srci::DefaultDynamic EDK_Helper::ReadDefaultDynFromINI() {
 }
 
 void EDK_Helper::WriteToolToINI(int index, srci::ToolData tool) {
-    const std::string sec = section("tool", index);
-    writePose(ini, sec, tool.pose);
-    put(ini, sec, "fixTCP", tool.fixed_tool);
-    put(ini, sec, "loadId", static_cast<int>(tool.loadId));
-    put(ini, sec, "physicalToolId", static_cast<int>(tool.physicalToolId));
+    IniRecord record(section("tool", index));
+    addPose(record, tool.pose)
+        .add("fixTCP", tool.fixed_tool)
+        .add("loadId", static_cast<int>(tool.loadId))
+        .add("physicalToolId", static_cast<int>(tool.physicalToolId));
+    write(ini, record);
 }
 
 void EDK_Helper::WriteFrameToINI(int index, srci::FrameData frame) {
-    const std::string sec = section("userFrame", index);
-    writePose(ini, sec, frame.pose);
-    put(ini, sec, "refIndex", static_cast<int>(frame.refIndex));
+    IniRecord record(section("userFrame", index));
+    addPose(record, frame.pose).add("refIndex", static_cast<int>(frame.refIndex));
+    write(ini, record);
 }
 
 void EDK_Helper::WriteLoadToINI(int index, srci::LoadData load) {
-    const std::string sec = section("load", index);
-    put(ini, sec, "mass", load.mass);
-    put(ini, sec, "x", load.x);
-    put(ini, sec, "y", load.y);
-    put(ini, sec, "z", load.z);
-    put(ini, sec, "rx", load.rx);
-    put(ini, sec, "ry", load.ry);
-    put(ini, sec, "rz", load.rz);
-    put(ini, sec, "ix", load.ix);
-    put(ini, sec, "iy", load.iy);
-    put(ini, sec, "iz", load.iz);
+    write(ini, IniRecord(section("load", index))
+                   .add("mass", load.mass)
+                   .add("x", load.x)
+                   .add("y", load.y)
+                   .add("z", load.z)
+                   .add("rx", load.rx)
+                   .add("ry", load.ry)
+                   .add("rz", load.rz)
+                   .add("ix", load.ix)
+                   .add("iy", load.iy)
+                   .add("iz", load.iz));
 }
 
 void EDK_Helper::WriteRefDynToINI(srci::ReferenceDynamic rd) {

@@ -35,11 +35,12 @@ void powerAndEnable() {
     rc->robotEnable(true);
 }
 
-// Power stays on: disabling never switches it off.
+// Power stays on: disabling never switches it off. The queues belong to the main thread, which
+// makes the stop at its next cycle, well inside the 100 ms given to it before the disable.
 void stopAndDisable() {
     srci::RcItf* rc = srci::RcItf::get(true);
     if (rc->isRcMoving()) {
-        motionManagerTemp.disableStop();
+        motionManagerTemp.requestDisableStop();
         usleep(100 * 1000);
     }
     rc->robotEnable(false);

@@ -19,7 +19,7 @@ std::string parameterFilePath() {
 
 }  // namespace
 
-bool EDK_Helper::power_enable_need_update = false;
+std::atomic<bool> EDK_Helper::power_enable_need_update{false};
 
 EDK_Helper::EDK_Helper()
     : requireEnable(false),

@@ -28,6 +28,7 @@ void keepFrontAsStopped(std::vector<EDK_CMD>& queue) {
 // While a jog is queued, moves are neither sent nor supervised.
 void MotionManager::update() {
     try {
+        if (disableStopRequested_.exchange(false)) disableStop();
         updateMotionError();
         if (jogCmdIdList_.empty()) {
             sendMoveCmd();
@@ -78,6 +79,8 @@ void MotionManager::groupContinue() {
 }
 
 // The error set here survives the stop that follows, since error absorbs every later state.
+void MotionManager::requestDisableStop() { disableStopRequested_ = true; }
+
 void MotionManager::disableStop() {
     if (!jogCmdIdList_.empty()) {
         SRCI_LOG(zlog::ZLogLvError, "raise error when jogging");

@@ -3,9 +3,11 @@
 //
 // One instance, the process-wide `motionManagerTemp`. update() runs once per cycle on the main
 // thread; handlers push commands from inside the same cycle, so the queues need no lock. The
-// power worker calls disableStop() from its own thread, relying on its try-lock serialisation.
+// power worker never touches the queues: it asks for a disable stop, and the main thread makes
+// it at the start of its next update().
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -54,6 +56,8 @@ public:
     void groupPause();
     void groupContinue();
     void disableStop();
+    // From the power worker's thread: disableStop() on the main thread at its next update().
+    void requestDisableStop();
 
     // ---- report pacing and flags
     bool ableToUpdateEDKState();
@@ -71,6 +75,9 @@ public:
     int32_t waitDelayCount_;
     const int32_t MaxDelayCount;
     srci::ErrorInfo newErrStored;
+
+private:
+    std::atomic<bool> disableStopRequested_{false};
 };
 
 // Constructed by static initialisation before `helper` (see globals.cpp).

@@ -1,14 +1,19 @@
+// The file's new text is built in memory by the same line-by-line copy a rewrite through a
+// temporary file would make, so several changes can reach the disk in one replacement.
 #include <cstdio>
+#include <cstdlib>
 
 #include "INI/iniFileAccess.h"
+#include "INI/iniLineReader.h"
 #include "INI/iniLineSyntax.h"
+#include "INI/iniLookup.h"
 #include "INI/iniRewrite.h"
 
 namespace srci::ini_detail {
 
 namespace {
 
-// The temporary file being written, remembering whether its last line is ended.
+// The new text being written, remembering whether its last line is ended.
 class CopyTarget {
 public:
     explicit CopyTarget(std::FILE* file) : file_(file) {}
@@ -90,7 +95,7 @@ void replaceKeyInSection(IniLineReader& source, CopyTarget& out, const IniChange
     }
 }
 
-void applyChange(IniLineReader& source, CopyTarget& out, const IniChange& change)
+void copyWithChange(IniLineReader& source, CopyTarget& out, const IniChange& change)
 {
     IniLine header;
     if (!copyUpToSection(source, out, change.section, header)) {
@@ -111,7 +116,53 @@ void applyChange(IniLineReader& source, CopyTarget& out, const IniChange& change
     out.copyRest(source);
 }
 
+// A read-only stream over the text; the text must outlive it.
+FileHandle readStream(std::string& content)
+{
+    return FileHandle(::fmemopen(content.data(), content.size(), "rb"));
+}
+
+// Nothing to write: the key already holds the value, or what is to go is not there.
+bool changeIsNoOp(std::string& content, const IniChange& change)
+{
+    FileHandle in = readStream(content);
+    if (!in)
+        return false;
+    IniLineReader reader(in.get());
+    const KeyLookup found = lookupKey(reader, change.section, change.key != nullptr ? change.key : "");
+    if (change.key == nullptr)
+        return !found.sectionFound;
+    if (change.value == nullptr)
+        return !found.keyFound;
+    return found.keyFound && found.value == change.value;
+}
+
 }  // namespace
+
+bool applyChange(std::string& content, const IniChange& change)
+{
+    if (changeIsNoOp(content, change))
+        return true;
+    FileHandle in = readStream(content);
+    char* text = nullptr;
+    std::size_t size = 0;
+    std::FILE* out = ::open_memstream(&text, &size);
+    if (!in || out == nullptr) {
+        if (out != nullptr)
+            std::fclose(out);
+        std::free(text);
+        return false;
+    }
+    IniLineReader source(in.get());
+    CopyTarget target(out);
+    copyWithChange(source, target, change);
+    const bool ok = target.ok() && !source.failed();
+    const bool closed = std::fclose(out) == 0;
+    if (ok && closed)
+        content.assign(text, size);
+    std::free(text);
+    return ok && closed;
+}
 
 std::string temporaryName(std::string_view filename)
 {
@@ -120,25 +171,6 @@ std::string temporaryName(std::string_view filename)
     std::string name(filename);
     name.back() = '~';
     return name;
-}
-
-bool rewriteThroughTemp(const char* filename, IniLineReader& source, const IniChange& change)
-{
-    const std::string tempName = temporaryName(filename);
-    if (tempName.empty())
-        return false;
-    FileHandle temp = openRegularFile(tempName.c_str(), OpenMode::createWrite);
-    if (!temp)
-        return false;
-
-    CopyTarget out(temp.get());
-    applyChange(source, out, change);
-    if (!out.ok() || source.failed() || !flushSyncClose(std::move(temp))) {
-        std::remove(tempName.c_str());
-        return false;
-    }
-    std::remove(filename);
-    return std::rename(tempName.c_str(), filename) == 0;
 }
 
 }  // namespace srci::ini_detail

@@ -1,0 +1,203 @@
+// srci.ini survives a crash at any moment of a write, each record is written whole in one
+// replacement of the file, and a planted temporary file is never followed.
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <map>
+#include <set>
+
+#include "INI/iniHandler.h"
+#include "INI/iniStorage.h"
+#include "iniTestFiles.h"
+
+namespace {
+
+// Counts replacements and file syncs; optionally kills the process at the n-th step.
+class WatchedDisk : public DiskIniStorage {
+public:
+    explicit WatchedDisk(int killAtStep = -1) : killAt_(killAtStep) { setIniStorage(this); }
+    ~WatchedDisk() override { setIniStorage(nullptr); }
+    int replacements = 0;
+    int fileSyncs = 0;
+
+protected:
+    void beforeStep(IniStep step) override
+    {
+        if (steps_++ == killAt_)
+            ::raise(SIGKILL);
+        replacements += step == IniStep::removeStale ? 1 : 0;
+        fileSyncs += step == IniStep::syncFile ? 1 : 0;
+    }
+
+private:
+    int killAt_;
+    int steps_ = 0;
+};
+
+IniRecord toolRecord(double base)
+{
+    IniRecord tool("tool3");
+    for (const char* key : {"x", "y", "z", "rx", "ry", "rz"})
+        tool.add(key, base += 1.25);
+    return tool.add("fixTCP", base > 100).add("loadId", static_cast<int>(base)).add("physicalToolId", 2);
+}
+
+// What the same keys give written one by one: the format the record write must keep.
+std::string putKeyByKey(const std::string& path, const IniRecord& record)
+{
+    INI ini(path);
+    for (std::size_t i = 0; i < record.keys().size(); ++i)
+        EXPECT_TRUE(ini.put(record.section(), record.keys()[i], record.values()[i]));
+    return readBytes(path);
+}
+
+std::map<std::string, std::string> sectionValues(const std::string& path, const IniRecord& like)
+{
+    std::map<std::string, std::string> values;
+    const minIni ini(path);
+    for (const std::string& key : like.keys())
+        values[key] = ini.gets(like.section(), key, "<missing>");
+    return values;
+}
+
+std::map<std::string, std::string> valuesOf(const IniRecord& record)
+{
+    std::map<std::string, std::string> values;
+    for (std::size_t i = 0; i < record.keys().size(); ++i)
+        values[record.keys()[i]] = record.values()[i];
+    return values;
+}
+
+const char* const kStoreFile =
+    "[refDyn]\nvel=300.000000\nacc=300.000000\ndec=-1.000000\njerk=-1.000000\n"
+    "[tool3]\nx=1.000000\ny=2.000000\nz=3.000000\nrx=0.000000\nry=0.000000\nrz=0.000000\n"
+    "fixTCP=false\nloadId=1\nphysicalToolId=0\n"
+    "[userFrame1]\nx=5.000000\nrefIndex=0\n";
+
+TEST(IniAtomic, RecordIsOneReplacementWithTheBytesOfKeyByKeyWrites)
+{
+    struct Case {
+        const char* name;
+        std::string before;  // "" = no file yet
+        IniRecord record;
+        int replacements;
+    };
+    const Case cases[] = {
+        {"fresh file", "", toolRecord(10), 1},
+        {"every key changes", kStoreFile, toolRecord(10), 1},
+        {"one key changes, same length", kStoreFile,
+         IniRecord("tool3").add("x", 7.0).add("y", 2.0).add("loadId", 1), 1},
+        {"keys missing from the section", "[tool3]\nx=1.000000\n\n[b]\nk=1", toolRecord(-3), 1},
+        {"new section at the end", kStoreFile, IniRecord("load2").add("mass", 1.5).add("ix", 0.0), 1},
+        {"nothing changes", kStoreFile,
+         IniRecord("tool3").add("x", 1.0).add("fixTCP", false).add("physicalToolId", 0), 0},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        IniScratchDir dir;
+        const std::string oneByOne = dir.file("keys.ini"), record = dir.file("srci.ini");
+        if (!c.before.empty()) {
+            writeBytes(oneByOne, c.before);
+            writeBytes(record, c.before);
+        }
+        const std::string expected = putKeyByKey(oneByOne, c.record);
+
+        WatchedDisk disk;
+        ASSERT_TRUE(INI(record).put(c.record));
+        EXPECT_EQ(readBytes(record), expected);
+        EXPECT_EQ(disk.replacements, c.replacements);
+        EXPECT_EQ(disk.fileSyncs, c.replacements);
+        EXPECT_FALSE(std::filesystem::exists(dir.file("srci.in~")));
+    }
+}
+
+TEST(IniAtomic, RecordWithAnUnwritableKeyWritesNothing)
+{
+    IniScratchDir dir;
+    writeBytes(dir.file("srci.ini"), kStoreFile);
+    WatchedDisk disk;
+    EXPECT_FALSE(INI(dir.file("srci.ini")).put(IniRecord("tool3").add("x", 9.0).add("a=b", 1)));
+    EXPECT_EQ(readBytes(dir.file("srci.ini")), kStoreFile);
+    EXPECT_EQ(disk.replacements, 0);
+}
+
+// The writer is killed before each system call of a tool write in turn; after every crash the
+// file is there, parses, every other section is untouched, and tool3 is wholly old or wholly
+// new. The stale temporary file a crash leaves must not stop the next write.
+TEST(IniAtomic, KilledAtEveryStepOfAToolWriteLeavesEachRecordWhole)
+{
+    IniScratchDir dir;
+    const std::string path = dir.file("srci.ini");
+    writeBytes(path, kStoreFile);
+    const IniRecord oldTool = [] {
+        IniRecord r("tool3");
+        for (auto [k, v] : {std::pair{"x", 1.0}, {"y", 2.0}, {"z", 3.0}, {"rx", 0.0}, {"ry", 0.0}, {"rz", 0.0}})
+            r.add(k, v);
+        return r.add("fixTCP", false).add("loadId", 1).add("physicalToolId", 0);
+    }();
+    const IniRecord newTool = toolRecord(40);
+    const std::string untouched = "[userFrame1]\nx=5.000000\nrefIndex=0\n";
+
+    std::set<std::string> outcomes;
+    bool completed = false;
+    for (int step = 0; step < 50 && !completed; ++step) {
+        SCOPED_TRACE("killed before step " + std::to_string(step));
+        const pid_t child = ::fork();
+        ASSERT_GE(child, 0);
+        if (child == 0) {
+            WatchedDisk disk(step);
+            _exit(INI(path).put(newTool) ? 0 : 1);
+        }
+        int status = 0;
+        ASSERT_EQ(::waitpid(child, &status, 0), child);
+        completed = WIFEXITED(status);
+        if (completed) {
+            EXPECT_EQ(WEXITSTATUS(status), 0);
+        }
+
+        ASSERT_TRUE(std::filesystem::is_regular_file(path)) << "srci.ini must never be missing";
+        const std::string bytes = readBytes(path);
+        EXPECT_NE(bytes.find(untouched), std::string::npos);
+        EXPECT_EQ(INI(path).getDouble("refDyn", "vel"), 300.0);
+        const auto now = sectionValues(path, oldTool);
+        const bool isOld = now == valuesOf(oldTool), isNew = now == valuesOf(newTool);
+        EXPECT_TRUE(isOld || isNew) << bytes;
+        outcomes.insert(isNew ? "new" : "old");
+
+        // Back to the old record for the next round, over whatever temporary file was left.
+        ASSERT_TRUE(INI(path).put(oldTool));
+        ASSERT_EQ(readBytes(path), kStoreFile);
+    }
+    EXPECT_TRUE(completed);
+    EXPECT_EQ(outcomes, (std::set<std::string>{"old", "new"})) << "a kill after the rename keeps the new record";
+}
+
+TEST(IniAtomic, PlantedTemporaryLinkIsNeverFollowed)
+{
+    struct Case {
+        const char* name;
+        bool targetExists;
+    };
+    for (const Case c : {Case{"link to a file", true}, Case{"dangling link", false}}) {
+        SCOPED_TRACE(c.name);
+        IniScratchDir dir;
+        const std::string path = dir.file("srci.ini"), victim = dir.file("victim");
+        writeBytes(path, kStoreFile);
+        if (c.targetExists)
+            writeBytes(victim, "keep me\n");
+        std::filesystem::create_symlink(victim, dir.file("srci.in~"));
+
+        ASSERT_TRUE(INI(path).put(toolRecord(5)));
+        EXPECT_EQ(std::filesystem::exists(victim), c.targetExists);
+        if (c.targetExists) {
+            EXPECT_EQ(readBytes(victim), "keep me\n");
+        }
+        EXPECT_FALSE(std::filesystem::is_symlink(path));
+        EXPECT_EQ(sectionValues(path, toolRecord(5)), valuesOf(toolRecord(5)));
+    }
+}
+
+}  // namespace
