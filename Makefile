@@ -12,7 +12,7 @@ FUZZ_SECONDS ?= 60
 DEB_PACKAGES := cmake g++ make libgtest-dev libgmock-dev libbenchmark-dev \
                 clang libclang-rt-14-dev procps liborocos-kdl-dev ccache \
                 libcli11-dev nlohmann-json3-dev libcpp-httplib-dev tshark chromium \
-                gnuplot-nox help2man pkg-config lintian fakeroot
+                gnuplot-nox help2man pkg-config dpkg-dev file lintian
 
 .PHONY: all deps build test asan tsan fuzz fuzz-ci bench demo package clean
 
