@@ -115,8 +115,9 @@ protected:
             p.respond(c.cmd_id, on ? 4 : 10, c.par_seq(), {static_cast<uint8_t>((on ? 1 : 0) | (dir ? 2 : 0))});
             break;
         }
-        case 2101:
-            p.respond(c.cmd_id, hold_moves ? 4 : 10, c.par_seq(), std::vector<uint8_t>(6, 0));
+        case 2101:  // held moves report 42 % done
+            p.respond(c.cmd_id, hold_moves ? 4 : 10, c.par_seq(),
+                      hold_moves ? std::vector<uint8_t>{1, 0, 0, 0, 0x10, 0x68} : std::vector<uint8_t>(6, 0));
             if (hold_moves) held.push_back(c.cmd_id);
             break;
         case 2003:  // aborts the held moves, then Done
@@ -228,4 +229,15 @@ TEST_F(RunnerTest, InterruptDuringAMoveStopsTheRobotBeforeExiting) {
     EXPECT_THROW(runner->run(line("sleep 10000")), InterruptedError);
     EXPECT_EQ(forced.stop_after_interrupt().note, "interrupted; nothing was moving");
     EXPECT_EQ(stops.size(), 1u);
+}
+
+TEST_F(RunnerTest, AWaitingMoveShowsTheProgressTheRobotReports) {
+    hold_moves = true;
+    std::vector<std::string> lines;
+    CommandRunner watched(*client, 1500, true,
+                          [&](const AcrEntry& e, double ms) { lines.push_back(format_progress(e, ms)); });
+    const Outcome o = watched.run(line("move-axes 1 2 3 4 5 6"));
+    EXPECT_TRUE(o.result.timed_out);  // the scripted move never ends
+    ASSERT_FALSE(lines.empty());
+    EXPECT_NE(lines[0].find("move-axes: Active 42.0%"), std::string::npos) << lines[0];
 }
