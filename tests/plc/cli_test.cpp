@@ -214,6 +214,23 @@ TEST(CliProgress, ShowsTheRobotsProgressAndDistanceToGo) {
     }
 }
 
+// A robot that never says why it does not enable gets the usual causes once, then a line every 5 s.
+TEST(CliProgress, ARefusedEnableIsExplainedOnceAndThenQuiet) {
+    AcrEntry e;
+    e.def = find_command("enable");
+    e.responses = 1;
+    e.last.state = cmd_state::kActive;
+    e.last_payload = {0, 0, 0, 0, 0};
+    EXPECT_NE(format_progress(e, 1000).find("emergency or protective stop on?"), std::string::npos);
+    int printed = 0;
+    for (int s = 1; s <= 30; ++s) printed += progress_line_due(e, s * 1000.0) ? 1 : 0;
+    EXPECT_EQ(printed, 7);  // 1 s, then 5, 10, ..., 30 s
+    e.last_payload[4] = 1;  // enabled: nothing to explain
+    EXPECT_TRUE(progress_line_due(e, 7000));
+    e.def = find_command("move-axes");
+    EXPECT_TRUE(progress_line_due(e, 7000));
+}
+
 TEST_F(RunnerTest, InterruptDuringAMoveStopsTheRobotBeforeExiting) {
     hold_moves = true;
     CommandRunner forced(*client, 5000, true, Client::Progress{});
