@@ -15,7 +15,7 @@ FORMAT_FILES = $(shell git ls-files '*.cpp' '*.h' '*.hpp')
 DEB_PACKAGES := cmake g++ make libgtest-dev libgmock-dev libbenchmark-dev \
                 clang libclang-rt-14-dev procps liborocos-kdl-dev ccache \
                 libcli11-dev nlohmann-json3-dev libcpp-httplib-dev tshark chromium \
-                gnuplot-nox help2man pkg-config lintian fakeroot clang-format clang-tidy
+                gnuplot-nox help2man pkg-config dpkg-dev file lintian fakeroot clang-format clang-tidy
 
 .PHONY: all deps build test asan tsan fuzz fuzz-ci bench bench-cycle demo package clean format format-check tidy
 

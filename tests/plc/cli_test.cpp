@@ -115,8 +115,9 @@ protected:
             p.respond(c.cmd_id, on ? 4 : 10, c.par_seq(), {static_cast<uint8_t>((on ? 1 : 0) | (dir ? 2 : 0))});
             break;
         }
-        case 2101:
-            p.respond(c.cmd_id, hold_moves ? 4 : 10, c.par_seq(), std::vector<uint8_t>(6, 0));
+        case 2101:  // held moves report 42 % done
+            p.respond(c.cmd_id, hold_moves ? 4 : 10, c.par_seq(),
+                      hold_moves ? std::vector<uint8_t>{1, 0, 0, 0, 0x10, 0x68} : std::vector<uint8_t>(6, 0));
             if (hold_moves) held.push_back(c.cmd_id);
             break;
         case 2003:  // aborts the held moves, then Done
@@ -213,6 +214,23 @@ TEST(CliProgress, ShowsTheRobotsProgressAndDistanceToGo) {
     }
 }
 
+// A robot that never says why it does not enable gets the usual causes once, then a line every 5 s.
+TEST(CliProgress, ARefusedEnableIsExplainedOnceAndThenQuiet) {
+    AcrEntry e;
+    e.def = find_command("enable");
+    e.responses = 1;
+    e.last.state = cmd_state::kActive;
+    e.last_payload = {0, 0, 0, 0, 0};
+    EXPECT_NE(format_progress(e, 1000).find("emergency or protective stop on?"), std::string::npos);
+    int printed = 0;
+    for (int s = 1; s <= 30; ++s) printed += progress_line_due(e, s * 1000.0) ? 1 : 0;
+    EXPECT_EQ(printed, 7);  // 1 s, then 5, 10, ..., 30 s
+    e.last_payload[4] = 1;  // enabled: nothing to explain
+    EXPECT_TRUE(progress_line_due(e, 7000));
+    e.def = find_command("move-axes");
+    EXPECT_TRUE(progress_line_due(e, 7000));
+}
+
 TEST_F(RunnerTest, InterruptDuringAMoveStopsTheRobotBeforeExiting) {
     hold_moves = true;
     CommandRunner forced(*client, 5000, true, Client::Progress{});
@@ -228,4 +246,15 @@ TEST_F(RunnerTest, InterruptDuringAMoveStopsTheRobotBeforeExiting) {
     EXPECT_THROW(runner->run(line("sleep 10000")), InterruptedError);
     EXPECT_EQ(forced.stop_after_interrupt().note, "interrupted; nothing was moving");
     EXPECT_EQ(stops.size(), 1u);
+}
+
+TEST_F(RunnerTest, AWaitingMoveShowsTheProgressTheRobotReports) {
+    hold_moves = true;
+    std::vector<std::string> lines;
+    CommandRunner watched(*client, 1500, true,
+                          [&](const AcrEntry& e, double ms) { lines.push_back(format_progress(e, ms)); });
+    const Outcome o = watched.run(line("move-axes 1 2 3 4 5 6"));
+    EXPECT_TRUE(o.result.timed_out);  // the scripted move never ends
+    ASSERT_FALSE(lines.empty());
+    EXPECT_NE(lines[0].find("move-axes: Active 42.0%"), std::string::npos) << lines[0];
 }

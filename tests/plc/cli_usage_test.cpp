@@ -1,6 +1,10 @@
 // What srci-plc accepts on its command line and how it explains robot codes:
 // nothing that would move the robot with values the user did not give.
+#include <arpa/inet.h>
 #include <gtest/gtest.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
 
 #include <fstream>
 #include <nlohmann/json.hpp>
@@ -10,7 +14,9 @@
 #include "cli_options.hpp"
 #include "command_runner.hpp"
 #include "result_printer.hpp"
+#include "srci_plc/client.hpp"
 #include "srci_plc/error_names.hpp"
+#include "srci_plc/transport.hpp"
 
 using namespace srci_plc;
 using namespace srci_plc::cli;
@@ -156,4 +162,51 @@ TEST(CliOutput, RobotTextsWithHighBytesStillGiveValidJson) {
     m.text = "E-Stop \xB0";
     const auto msg = nlohmann::json::parse(format_message_json(m));
     EXPECT_EQ(msg["code_name"], "err_pstop_estop");
+}
+
+namespace {
+
+// What pnio-sim answers while no adapter runs: its empty image.
+class EmptyGateway : public Transport {
+public:
+    void exchange(const std::vector<uint8_t>&, std::vector<uint8_t>& rx) override { std::fill(rx.begin(), rx.end(), 0); }
+};
+
+}  // namespace
+
+TEST(CliStartup, SaysWhatIsMissingAndReportsEverySecondWhileWaiting) {
+    EmptyGateway gateway;
+    ClientOptions o;
+    o.cycle_ms = 1;
+    o.step_timeout_ms = 2200;
+    std::vector<std::string> waits;
+    o.on_startup_wait = [&](const std::string& what, double) { waits.push_back(what); };
+    Client client(gateway, o);
+    try {
+        client.connect();
+        FAIL() << "connected without an adapter";
+    } catch (const ClientError& e) {
+        EXPECT_NE(std::string(e.what()).find("no robot adapter does"), std::string::npos) << e.what();
+        EXPECT_NE(std::string(e.what()).find("start srci_server"), std::string::npos) << e.what();
+    }
+    ASSERT_GE(waits.size(), 1u);  // once a second, never more often
+    EXPECT_LE(waits.size(), 2u);
+    EXPECT_EQ(waits[0], "waiting for the robot adapter (no lifesign yet)");
+
+    // A port nobody listens on: the port of a socket that was just closed.
+    const int fd = ::socket(AF_INET, SOCK_STREAM, 0);
+    sockaddr_in addr{};
+    addr.sin_family = AF_INET;
+    addr.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t len = sizeof addr;
+    ASSERT_EQ(::bind(fd, reinterpret_cast<sockaddr*>(&addr), sizeof addr), 0);
+    ASSERT_EQ(::getsockname(fd, reinterpret_cast<sockaddr*>(&addr), &len), 0);
+    ::close(fd);
+    const std::string port = std::to_string(ntohs(addr.sin_port));
+    try {
+        TcpTransport t("127.0.0.1", ntohs(addr.sin_port), 100);
+        FAIL() << "connected to a closed port";
+    } catch (const TransportError& e) {
+        EXPECT_EQ(std::string(e.what()), "nothing listens on 127.0.0.1:" + port + ": start pnio-sim");
+    }
 }

@@ -2,7 +2,6 @@
 // new PLC client initialises and moves the arm through the new gateway.
 #include <gtest/gtest.h>
 
-#include <cstdio>
 #include <fstream>
 #include <memory>
 #include <regex>
@@ -22,17 +21,20 @@ struct Chain {
     std::unique_ptr<ChildProcess> pnio;
     std::unique_ptr<ChildProcess> server;
     std::string port;
+    int starts = 0;
+
+    // Each start writes its own file, so an old "listening on" line is never mistaken for the new one.
+    std::string pnio_out() { return readFile(dir.file("pnio" + std::to_string(starts) + ".out")); }
 
     bool start_pnio() {
-        // The previous gateway's "listening" line must not be mistaken for the new one's.
-        std::remove(dir.file("pnio.out").c_str());
+        ++starts;
         pnio = std::make_unique<ChildProcess>(PNIO_SIM_BIN, std::vector<std::string>{"--port", "0", "--no-status"},
-                                              dir.path(), dir.file("pnio.out"));
+                                              dir.path(), dir.file("pnio" + std::to_string(starts) + ".out"));
         const std::regex listening(R"(listening on [0-9.]+:([0-9]+))");
         return eventually(
             [&] {
                 std::smatch m;
-                const std::string out = readFile(dir.file("pnio.out"));
+                const std::string out = pnio_out();
                 if (!std::regex_search(out, m, listening)) return false;
                 port = m[1];
                 return true;
@@ -54,18 +56,18 @@ struct Chain {
 TEST(PnioSimRestart, AdapterCarriesOnWithTheNewGateway) {
     ProcessImage::removeStale();
     Chain c;
-    ASSERT_TRUE(c.start_pnio()) << readFile(c.dir.file("pnio.out"));
+    ASSERT_TRUE(c.start_pnio()) << c.pnio_out();
     c.server = std::make_unique<ChildProcess>(SRCI_SERVER_BIN, std::vector<std::string>{}, c.dir.path(),
                                               c.dir.file("server.out"));
     ASSERT_TRUE(eventually([&] { return c.plc({"status"}) == 0; }, 40000)) << tail(readFile(c.dir.file("server.out")));
 
     c.pnio->signal(SIGTERM);
     ASSERT_TRUE(c.pnio->waitExit(10000));
-    EXPECT_NE(readFile(c.dir.file("pnio.out")).find("left for"), std::string::npos) << readFile(c.dir.file("pnio.out"));
-    ASSERT_TRUE(c.start_pnio()) << readFile(c.dir.file("pnio.out"));
-    EXPECT_NE(readFile(c.dir.file("pnio.out")).find("reusing the shared memory segment of the running adapter"),
+    EXPECT_NE(c.pnio_out().find("left for"), std::string::npos) << c.pnio_out();
+    ASSERT_TRUE(c.start_pnio()) << c.pnio_out();
+    EXPECT_NE(c.pnio_out().find("reusing the shared memory segment of the running adapter"),
               std::string::npos)
-        << readFile(c.dir.file("pnio.out"));
+        << c.pnio_out();
 
     std::string out;
     ASSERT_TRUE(eventually([&] { return c.plc({"status"}) == 0; }, 20000)) << tail(readFile(c.dir.file("server.out")));

@@ -162,7 +162,7 @@ int main(int argc, char** argv) {
     };
 
     const auto progress = [](const AcrEntry& e, double elapsed_ms) {
-        std::cerr << format_progress(e, elapsed_ms) << std::endl;
+        if (progress_line_due(e, elapsed_ms)) std::cerr << format_progress(e, elapsed_ms) << std::endl;
     };
     co.interrupted = [] { return g_stop_requested.exchange(false); };
     co.on_startup_wait = [](const std::string& what, double elapsed_ms) {

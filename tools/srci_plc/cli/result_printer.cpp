@@ -128,6 +128,19 @@ std::string format_message_json(const RobotMessage& m) {
     return dump(j);
 }
 
+namespace {
+
+bool waiting_for_enable(const AcrEntry& e) {
+    return e.def->kind == CommandKind::EnableType && e.responses && !Client::enabled_flag(e);
+}
+
+}  // namespace
+
+bool progress_line_due(const AcrEntry& e, double elapsed_ms) {
+    if (!waiting_for_enable(e) || elapsed_ms < 1500) return true;
+    return static_cast<long long>(elapsed_ms / 1000) % 5 == 0;  // a refusing robot: every 5 s
+}
+
 std::string format_progress(const AcrEntry& e, double elapsed_ms) {
     std::string line = "  ... " + e.def->name + ": ";
     line += e.responses ? cmd_state_name(e.last.state) : "waiting for the first answer";
@@ -143,7 +156,11 @@ std::string format_progress(const AcrEntry& e, double elapsed_ms) {
             line += buf;
         }
     }
-    if (e.def->kind == CommandKind::EnableType && e.responses && !Client::enabled_flag(e)) line += ", not enabled yet";
+    if (waiting_for_enable(e)) {
+        line += ", not enabled yet";
+        // The robot may never say why; the first line names the usual causes once.
+        if (elapsed_ms < 1500) line += " (if it stays so: emergency or protective stop on? error pending: `srci-plc reset`)";
+    }
     std::snprintf(buf, sizeof buf, " (%.0f s)", elapsed_ms / 1000.0);
     return line + buf;
 }
