@@ -8,13 +8,14 @@ ASAN_DIR  ?= build-asan
 TSAN_DIR  ?= build-tsan
 FUZZ_DIR  ?= build-fuzz
 FUZZ_SECONDS ?= 60
+SOAK_MINUTES ?= 30
 
 DEB_PACKAGES := cmake g++ make libgtest-dev libgmock-dev libbenchmark-dev \
                 clang libclang-rt-14-dev procps liborocos-kdl-dev ccache \
                 libcli11-dev nlohmann-json3-dev libcpp-httplib-dev tshark chromium \
                 gnuplot-nox help2man
 
-.PHONY: all deps build test asan tsan fuzz fuzz-ci bench demo clean
+.PHONY: all deps build test asan tsan fuzz fuzz-ci soak bench demo clean
 
 all: build
 
@@ -62,6 +63,12 @@ fuzz-ci: fuzz
 	    $(CURDIR)/$(FUZZ_DIR)/corpus-$$name $$( [ -d $$corpus ] && echo $$corpus ) 2>&1 | tail -n 12; \
 	  test $${PIPESTATUS[0]} -eq 0; \
 	done
+
+# Moves, tool writes and reconnects for SOAK_MINUTES; one CSV row a minute in $(BUILD)/soak.csv.
+# Uses the process image keys: run it where no other adapter runs. Then the soak-labelled tests.
+soak: build
+	$(BUILD)/tests/soak/srci_soak --minutes $(SOAK_MINUTES) --csv $(BUILD)/soak.csv
+	cd $(BUILD) && ctest -L soak --output-on-failure --no-tests=ignore
 
 bench: build
 	@mkdir -p $(BUILD)/bench-results
