@@ -48,17 +48,17 @@ ProcessStats statsOf(pid_t pid) {
     return s;
 }
 
-LogFolderStats logFolder(const std::string& dir) {
+LogFolderStats logFolder(const std::string& dir, uint64_t (*limitOf)(const std::string&)) {
     LogFolderStats s;
     std::error_code ec;
     for (const auto& entry : fs::directory_iterator(dir, ec)) {
         if (!entry.is_regular_file(ec)) continue;
         const uint64_t size = entry.file_size(ec);
+        const std::string name = entry.path().filename();
         s.totalBytes += size;
-        if (size > s.largestBytes) {
-            s.largestBytes = size;
-            s.largestFile = entry.path().filename();
-        }
+        if (size > s.largestBytes) s.largestBytes = size;
+        if (s.overLimit.empty() && size > limitOf(name))
+            s.overLimit = name + ": " + std::to_string(size) + " bytes > " + std::to_string(limitOf(name));
     }
     return s;
 }

@@ -21,9 +21,10 @@ ProcessStats statsOf(pid_t pid);
 struct LogFolderStats {
     uint64_t totalBytes = 0;
     uint64_t largestBytes = 0;
-    std::string largestFile;
+    std::string overLimit;  // "name: size > limit" of the first file over its limit, or empty
 };
 
-LogFolderStats logFolder(const std::string& dir);
+// limitOf(file name) is the size limit of that log file.
+LogFolderStats logFolder(const std::string& dir, uint64_t (*limitOf)(const std::string&));
 
 }  // namespace srci_soak
