@@ -52,15 +52,17 @@ fuzz: deps
 	CC=clang CXX=clang++ cmake -S . -B $(FUZZ_DIR) -DCMAKE_BUILD_TYPE=Debug -DSRCI_FUZZ=ON -DSRCI_TESTS=OFF -DSRCI_BENCH=OFF
 	cmake --build $(FUZZ_DIR) -j $(JOBS)
 
-# Runs every fuzz target for FUZZ_SECONDS each; a finding fails the run. Paths are absolute:
-# some targets move into a scratch working directory of their own.
+# Runs every fuzz target for FUZZ_SECONDS each; a finding fails the run. Each runs in a work
+# folder of its own (the adapter's store writes srci.ini where it starts); paths are absolute.
 fuzz-ci: fuzz
 	@set -e; for f in $(CURDIR)/$(FUZZ_DIR)/fuzz/*/fuzz_*; do \
 	  [ -x "$$f" ] || continue; name=$$(basename $$f); \
-	  corpus=$(CURDIR)/fuzz/$$(basename $$(dirname $$f))/corpus; mkdir -p $(FUZZ_DIR)/corpus-$$name; \
+	  corpus=$(CURDIR)/fuzz/$$(basename $$(dirname $$f))/corpus; \
+	  mkdir -p $(FUZZ_DIR)/corpus-$$name $(FUZZ_DIR)/work-$$name; \
 	  echo "== $$name for $(FUZZ_SECONDS) s"; \
-	  $$f -max_total_time=$(FUZZ_SECONDS) -print_final_stats=1 -artifact_prefix=$(CURDIR)/$(FUZZ_DIR)/ \
-	    $(CURDIR)/$(FUZZ_DIR)/corpus-$$name $$( [ -d $$corpus ] && echo $$corpus ) 2>&1 | tail -n 12; \
+	  ( cd $(FUZZ_DIR)/work-$$name && exec $$f -max_total_time=$(FUZZ_SECONDS) -print_final_stats=1 \
+	    -artifact_prefix=$(CURDIR)/$(FUZZ_DIR)/ $(CURDIR)/$(FUZZ_DIR)/corpus-$$name \
+	    $$( [ -d $$corpus ] && echo $$corpus ) ) 2>&1 | tail -n 12; \
 	  test $${PIPESTATUS[0]} -eq 0; \
 	done
 
