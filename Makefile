@@ -8,6 +8,7 @@ ASAN_DIR  ?= build-asan
 TSAN_DIR  ?= build-tsan
 FUZZ_DIR  ?= build-fuzz
 FUZZ_SECONDS ?= 60
+SOAK_MINUTES ?= 30
 # Extra CMake options for every configure, e.g. CMAKE_ARGS=-DSRCI_WERROR=ON (as .ci/run does).
 CMAKE_ARGS ?=
 FORMAT_FILES = $(shell git ls-files '*.cpp' '*.h' '*.hpp')
@@ -17,7 +18,7 @@ DEB_PACKAGES := cmake g++ make libgtest-dev libgmock-dev libbenchmark-dev \
                 libcli11-dev nlohmann-json3-dev libcpp-httplib-dev tshark chromium \
                 gnuplot-nox help2man pkg-config dpkg-dev file lintian fakeroot clang-format clang-tidy
 
-.PHONY: all deps build test asan tsan fuzz fuzz-ci bench bench-cycle demo package clean format format-check tidy
+.PHONY: all deps build test asan tsan fuzz fuzz-ci soak bench bench-cycle demo package clean format format-check tidy
 
 all: build
 
@@ -54,17 +55,25 @@ fuzz: deps
 	CC=clang CXX=clang++ cmake -S . -B $(FUZZ_DIR) -DCMAKE_BUILD_TYPE=Debug -DSRCI_FUZZ=ON -DSRCI_TESTS=OFF -DSRCI_BENCH=OFF
 	cmake --build $(FUZZ_DIR) -j $(JOBS)
 
-# Runs every fuzz target for FUZZ_SECONDS each; a finding fails the run. Paths are absolute:
-# some targets move into a scratch working directory of their own.
+# Runs every fuzz target for FUZZ_SECONDS each; a finding fails the run. Each runs in a work
+# folder of its own (the adapter's store writes srci.ini where it starts); paths are absolute.
 fuzz-ci: fuzz
 	@set -e; for f in $(CURDIR)/$(FUZZ_DIR)/fuzz/*/fuzz_*; do \
 	  [ -x "$$f" ] || continue; name=$$(basename $$f); \
-	  corpus=$(CURDIR)/fuzz/$$(basename $$(dirname $$f))/corpus; mkdir -p $(FUZZ_DIR)/corpus-$$name; \
+	  corpus=$(CURDIR)/fuzz/$$(basename $$(dirname $$f))/corpus; \
+	  mkdir -p $(FUZZ_DIR)/corpus-$$name $(FUZZ_DIR)/work-$$name; \
 	  echo "== $$name for $(FUZZ_SECONDS) s"; \
-	  $$f -max_total_time=$(FUZZ_SECONDS) -print_final_stats=1 -artifact_prefix=$(CURDIR)/$(FUZZ_DIR)/ \
-	    $(CURDIR)/$(FUZZ_DIR)/corpus-$$name $$( [ -d $$corpus ] && echo $$corpus ) 2>&1 | tail -n 12; \
+	  ( cd $(FUZZ_DIR)/work-$$name && exec $$f -max_total_time=$(FUZZ_SECONDS) -print_final_stats=1 \
+	    -artifact_prefix=$(CURDIR)/$(FUZZ_DIR)/ $(CURDIR)/$(FUZZ_DIR)/corpus-$$name \
+	    $$( [ -d $$corpus ] && echo $$corpus ) ) 2>&1 | tail -n 12; \
 	  test $${PIPESTATUS[0]} -eq 0; \
 	done
+
+# Moves, tool writes and reconnects for SOAK_MINUTES; one CSV row a minute in $(BUILD)/soak.csv.
+# Uses the process image keys: run it where no other adapter runs. Then the soak-labelled tests.
+soak: build
+	$(BUILD)/tests/soak/srci_soak --minutes $(SOAK_MINUTES) --csv $(BUILD)/soak.csv
+	cd $(BUILD) && ctest -L soak --output-on-failure --no-tests=ignore
 
 bench: build
 	@mkdir -p $(BUILD)/bench-results
