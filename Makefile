@@ -44,7 +44,7 @@ asan: deps
 	cmake -S . -B $(ASAN_DIR) -DCMAKE_BUILD_TYPE=Debug -DSRCI_SANITIZE=ON -DSRCI_BENCH=OFF $(CMAKE_ARGS)
 	cmake --build $(ASAN_DIR) -j $(JOBS)
 	cd $(ASAN_DIR) && ASAN_OPTIONS=detect_leaks=1 UBSAN_OPTIONS=print_stacktrace=1 \
-	  ctest --output-on-failure -j $(JOBS) -LE no_sanitizer
+	  ctest --output-on-failure -j $(JOBS) -LE "no_sanitizer|soak"
 
 tsan: deps
 	cmake -S . -B $(TSAN_DIR) -DCMAKE_BUILD_TYPE=Debug -DSRCI_TSAN=ON -DSRCI_BENCH=OFF $(CMAKE_ARGS)
