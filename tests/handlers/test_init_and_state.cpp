@@ -36,7 +36,7 @@ TEST_F(HandlerTest, InitialisationRecordsCarryTheStoreAndTheController) {
 
     const auto& g = *Intercepted::axesGroup;
     EXPECT_EQ(g.PLC.Sync.Tool + g.PLC.Sync.Frame + g.PLC.Sync.ReferenceDynamics, 3);
-    EXPECT_EQ(g.RC.LengthACR, 50);
+    EXPECT_EQ(+g.RC.LengthACR, 50);  // a copy: the record is packed
     EXPECT_EQ(g.RC.UbTool, 19);
     EXPECT_EQ(g.RC.UbWorkarea, 0);
 }

@@ -90,29 +90,25 @@ TEST_F(PowerTest, EmergencyStopDropsPowerAndRefuses) {
 // Releasing a stop's input leaves it latched: power, enable and motion stay refused until the
 // stop is acknowledged, and an acknowledgement while the input is still active changes nothing.
 TEST_F(PowerTest, StopsStayLatchedUntilAcknowledged) {
-    const struct {
-        const char* name;
-        void (SimArm::*set)(bool);
-        uint8_t SrciPortStat::*flag;
-    } rows[] = {{"emergency", &SimArm::setEStop, &SrciPortStat::isEStop},
-                {"protective", &SimArm::setPStop, &SrciPortStat::isPStop}};
-    for (const auto& r : rows) {
-        SCOPED_TRACE(r.name);
+    for (const bool emergency : {true, false}) {
+        SCOPED_TRACE(emergency ? "emergency" : "protective");
+        const auto setStop = [&](bool on) { emergency ? arm.setEStop(on) : arm.setPStop(on); };
+        const auto latched = [&] { return emergency ? stat.isEStop : stat.isPStop; };
         arm.reset();
         powerAndEnable();
-        (arm.*r.set)(true);
+        setStop(true);
         EXPECT_EQ(cmd.exitProtect(0), kErrSafetyStop) << "input still active";
-        (arm.*r.set)(false);
+        setStop(false);
         stat.poll();
-        EXPECT_EQ(stat.*r.flag, 1) << "released input, stop not yet acknowledged";
+        EXPECT_EQ(latched(), 1) << "released input, stop not yet acknowledged";
         EXPECT_EQ(cmd.powerOnRobot(), kErrSafetyStop);
         EXPECT_EQ(cmd.enableRobot(), kErrSafetyStop);
         arm.step(2);
         stat.poll();
-        EXPECT_EQ(stat.*r.flag, 1) << "the latch does not time out";
+        EXPECT_EQ(latched(), 1) << "the latch does not time out";
         EXPECT_EQ(cmd.exitProtect(0), 0);
         stat.poll();
-        EXPECT_EQ(stat.*r.flag, 0);
+        EXPECT_EQ(latched(), 0);
         powerAndEnable();
         stat.poll();
         EXPECT_NE(stat.ra_enable_stat, 0);
