@@ -34,7 +34,8 @@ public:
 };
 inline CommandAccess cmd() { return {}; }
 
-// Kinematic computations change nothing on the controller and leave shared polls valid.
-inline SrciPortCmd& kinematics() { return *getCmd(); }
+// Kinematic computations and error-information reads change nothing on the controller and
+// leave shared polls valid.
+inline SrciPortCmd& readOnly() { return *getCmd(); }
 
 }  // namespace srci::rcitf_detail

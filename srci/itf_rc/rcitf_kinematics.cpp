@@ -34,7 +34,7 @@ void RcItf::fkine(JOINTS j, POSE& pose, SEW& sew, POSE tool, POSE frame) {
     if (!(memo.valid && same(memo.joints, joints, 6) && same(memo.tool, t, 6) && same(memo.frame, f, 6) &&
           same(&memo.dh[0][0], &dh[0][0], 24))) {
         memo.valid = false;
-        if (rcitf_detail::kinematics().fkine(joints, memo.pose, &memo.config, t, f) != 0)
+        if (rcitf_detail::readOnly().fkine(joints, memo.pose, &memo.config, t, f) != 0)
             throw static_cast<int>(err_fkine);
         std::memcpy(memo.joints, joints, sizeof joints);
         std::memcpy(memo.tool, t, sizeof t);
@@ -53,7 +53,7 @@ void RcItf::ikine(POSE pose, JOINTS& joints, SEW sew, POSE tool, POSE frame) {
     tool.toArray(t);
     frame.toArray(f);
     for (unsigned char i = 1; i <= RA_JOINT_NUM; ++i) result[i - 1] = joints[i];
-    if (rcitf_detail::kinematics().ikine(p, result, sew.toInt(), t, f) != 0) throw static_cast<int>(err_ikine);
+    if (rcitf_detail::readOnly().ikine(p, result, sew.toInt(), t, f) != 0) throw static_cast<int>(err_ikine);
     joints = result;
 }
 
@@ -103,7 +103,7 @@ POSE RcItf::calFrame_world_to_user(POSE pose, POSE frame) {
     double p[6], f[6], out[6] = {};
     pose.toArray(p);
     frame.toArray(f);
-    rcitf_detail::kinematics().calFrameWorldToUser(p, f, out);
+    rcitf_detail::readOnly().calFrameWorldToUser(p, f, out);
     return POSE(out);
 }
 
@@ -111,7 +111,7 @@ POSE RcItf::calFrame_user_to_world(POSE pose, POSE frame) {
     double p[6], f[6], out[6] = {};
     pose.toArray(p);
     frame.toArray(f);
-    rcitf_detail::kinematics().calFrameUserToWorld(p, f, out);
+    rcitf_detail::readOnly().calFrameUserToWorld(p, f, out);
     return POSE(out);
 }
 

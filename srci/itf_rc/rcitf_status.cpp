@@ -45,7 +45,7 @@ OperationMode RcItf::getOperationMode() { return operationMode_fromVeld(snapshot
 
 ErrorInfo RcItf::getErrorInfo() {
     int code = 0, type = 0;
-    rcitf_detail::cmd()->updateErrInfo(code, type);
+    rcitf_detail::readOnly().updateErrInfo(code, type);
     return ErrorInfo{code, type};
 }
 
