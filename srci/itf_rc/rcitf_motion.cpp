@@ -16,7 +16,8 @@ void RcItf::robotMoveJoint(MoveCmdParam p) {
     double target[6];
     jointsToArray(p.jpos, target);
     const auto& g = p.generalParam;
-    if (rcitf_detail::cmd()->movjAbs(target, g.vel, g.acc, g.trajId, g.tol) != 0) throw static_cast<int>(err_move_joint);
+    if (rcitf_detail::cmd()->movjAbs(target, g.vel, g.acc, g.trajId, g.tol) != 0)
+        throw static_cast<int>(err_move_joint);
 }
 
 void RcItf::robotMoveLine(MoveCmdParam p) {
@@ -46,7 +47,8 @@ void RcItf::robotMoveDirect(MoveCmdParam p) {
     double joints[6];
     jointsToArray(target, joints);
     const auto& g = p.generalParam;
-    if (rcitf_detail::cmd()->movjAbs(joints, g.vel, g.acc, g.trajId, g.tol) != 0) throw static_cast<int>(err_move_direct);
+    if (rcitf_detail::cmd()->movjAbs(joints, g.vel, g.acc, g.trajId, g.tol) != 0)
+        throw static_cast<int>(err_move_direct);
 }
 
 void RcItf::checkSpeedAcc(double vel, double acc) {
@@ -86,8 +88,7 @@ void RcItf::jog(JogCmdParam p) {
     setUsrFrameId(p.frameId);
     if (p.distance >= 0.001 || p.distance <= -0.001)
         rcitf_detail::cmd()->jogIncr(mode, p.direction, p.speed, p.distance);
-    else
-        rcitf_detail::cmd()->jogCont(mode, p.direction, p.speed, p.distance);
+    else rcitf_detail::cmd()->jogCont(mode, p.direction, p.speed, p.distance);
 }
 
 void RcItf::robotJogStop() {

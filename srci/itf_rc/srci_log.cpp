@@ -12,8 +12,7 @@ namespace srci {
 // a zero byte in it would end early under %s and goes the long way.
 void logFramed(int level, const char* tag, const char* func, int line, std::string_view text) {
     if (text.size() <= INT_MAX && text.find('\0') == std::string_view::npos) {
-        zlog::ZLogClient::get()->do_log(level, tag, func, line, "\n%.*s\n", static_cast<int>(text.size()),
-                                        text.data());
+        zlog::ZLogClient::get()->do_log(level, tag, func, line, "\n%.*s\n", static_cast<int>(text.size()), text.data());
         return;
     }
     zlog::ZLogClient::get()->do_log(level, tag, func, line, "\n" + std::string(text) + "\n");
@@ -33,7 +32,8 @@ LogText& LogText::operator<<(std::string_view s) {
 LogText& LogText::fixed(double value) {
     char digits[512];
     const int n = std::snprintf(digits, sizeof digits, "%f", value);
-    if (n >= 0 && static_cast<std::size_t>(n) < sizeof digits) return *this << std::string_view(digits, static_cast<std::size_t>(n));
+    if (n >= 0 && static_cast<std::size_t>(n) < sizeof digits)
+        return *this << std::string_view(digits, static_cast<std::size_t>(n));
     return *this << std::to_string(value);
 }
 

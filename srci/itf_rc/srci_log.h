@@ -28,8 +28,7 @@ public:
     LogText& operator<<(const char* s) { return *this << std::string_view(s); }
     LogText& operator<<(const std::string& s) { return *this << std::string_view(s); }
     template <std::integral T>
-        requires(!std::same_as<T, bool> && !std::same_as<T, char>)
-    LogText& operator<<(T value) {
+    requires(!std::same_as<T, bool> && !std::same_as<T, char>) LogText& operator<<(T value) {
         char digits[24];
         const auto end = std::to_chars(digits, digits + sizeof digits, value).ptr;
         return *this << std::string_view(digits, static_cast<std::size_t>(end - digits));

@@ -54,7 +54,7 @@ void srl_read_tool_data_funs(HandlerIn in, HandlerOut out, int* err) {
             rsp.ToolData.Data.LoadNo = tool.loadId;
             rsp.ToolData.Data.ExternalTCP = tool.fixed_tool;
             HANDLER_LOG(zlog::ZLogLvInfo, handler::text("toolid: ", number, ", stored tool value: ", tool.pose.str(),
-                                                     ", load: ", int(tool.loadId)));
+                                                        ", load: ", int(tool.loadId)));
             return 0;
         },
         [](int) { return kToolNr; });
@@ -70,14 +70,15 @@ void srl_write_tool_data_funs(HandlerIn in, HandlerOut out, int* err) {
         [&] {
             helper.checkAbortingMode(cmd.Header.Reserved_ExecutionMode);
             if (cmd.ToolData.Data.ExternalTCP & 1) throw static_cast<int>(err_external_tcp);
-            if (cmd.ToolNo == 0 || cmd.ToolNo > kHighestIndex) return badNumber(handlerName, "wrong toolid: ", cmd.ToolNo, kToolNr);
+            if (cmd.ToolNo == 0 || cmd.ToolNo > kHighestIndex)
+                return badNumber(handlerName, "wrong toolid: ", cmd.ToolNo, kToolNr);
             ToolData tool;
             tool.pose = handler::poseOf(cmd.ToolData.Data);
             tool.fixed_tool = false;
             tool.loadId = cmd.ToolData.Data.LoadNo;
             tool.physicalToolId = cmd.ToolData.Data.ID;
-            HANDLER_LOG(zlog::ZLogLvInfo, handler::text("tempCmd.ToolNo: ", int(cmd.ToolNo), tool.pose.str(), ", load: ",
-                                                     int(tool.loadId)));
+            HANDLER_LOG(zlog::ZLogLvInfo, handler::text("tempCmd.ToolNo: ", int(cmd.ToolNo), tool.pose.str(),
+                                                        ", load: ", int(tool.loadId)));
             helper.setStoredTool(cmd.ToolNo, tool);
             return 0;
         },
@@ -141,7 +142,8 @@ void srl_read_load_data_funs(HandlerIn in, HandlerOut out, int* err) {
         err,
         [&] {
             const unsigned number = cmd.LoadNo == kCurrent ? helper.defaultLoadId : cmd.LoadNo;
-            if (number == 0 || number > kHighestIndex) return badNumber(handlerName, "wrong loadid: ", cmd.LoadNo, kLoadNr);
+            if (number == 0 || number > kHighestIndex)
+                return badNumber(handlerName, "wrong loadid: ", cmd.LoadNo, kLoadNr);
             const LoadData load = helper.getStoredLoad(static_cast<int>(number));
             auto& d = rsp.LoadData.Data;
             handler::putPose(d, POSE(load.x, load.y, load.z, load.rx, load.ry, load.rz));
@@ -165,7 +167,8 @@ void srl_write_load_data_funs(HandlerIn in, HandlerOut out, int* err) {
         err,
         [&] {
             helper.checkAbortingMode(cmd.Header.Reserved_ExecutionMode);
-            if (cmd.LoadNo == 0 || cmd.LoadNo > kHighestIndex) return badNumber(handlerName, "wrong loadid: ", cmd.LoadNo, kLoadNr);
+            if (cmd.LoadNo == 0 || cmd.LoadNo > kHighestIndex)
+                return badNumber(handlerName, "wrong loadid: ", cmd.LoadNo, kLoadNr);
             const auto& d = cmd.LoadData.Data;
             LoadData load;
             load.mass = d.Mass;

@@ -97,8 +97,9 @@ void MotionManager::updateMoveState() {
             cur.setState(LRob_typeServerMotionStatePause);
         } else if (rc->GetSpeedRatio() > StandingSpeedRatio) {
             logSpeedRelatedInfo();
-            SRCI_LOG(zlog::ZLogLvInfo,
-                     (srci::LogText() << "done? " << (isDone ? "1" : "0") << ", moving? " << (isMoving ? "1" : "0")).view());
+            SRCI_LOG(
+                zlog::ZLogLvInfo,
+                (srci::LogText() << "done? " << (isDone ? "1" : "0") << ", moving? " << (isMoving ? "1" : "0")).view());
         }
     }
 

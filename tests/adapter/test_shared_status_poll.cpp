@@ -37,8 +37,7 @@ TEST_F(SharedStatusPollTest, ReadsShareOnePollUntilTheAdapterTouchesTheControlle
         {"nothing: the shared poll stands", [](RcItf*) {}, false},
         {"a command on this thread", [](RcItf* rc) { rc->SetSpeedRatio(0.5); }, true},
         {"a frame selection, command and pause", [](RcItf* rc) { rc->setUsrFrameId(2); }, true},
-        {"a command on another thread",
-         [](RcItf* rc) { std::thread([rc] { rc->SetSpeedRatio(0.25); }).join(); }, true},
+        {"a command on another thread", [](RcItf* rc) { std::thread([rc] { rc->SetSpeedRatio(0.25); }).join(); }, true},
     };
     for (const Row& r : rows) {
         SimArm::instance().setToolId(0);
@@ -66,7 +65,7 @@ TEST_F(SharedStatusPollTest, RepeatedForwardSolutionFollowsEveryInputAndANewKine
     EXPECT_FALSE(solve(JOINTS(11, -20, 30, 40, 50, 60), tool).match(first)) << "joints";
     EXPECT_FALSE(solve(joints, POSE(0, 0, 120, 0, 0, 0)).match(first)) << "tool";
     double dh[6][4] = {{-90, 100, 400, 0}, {0, 450, 0, -90}, {-90, 50, 0, 0},
-                       {90, 0, 450, 0},   {-90, 0, 0, 0},  {0, 0, 120, 0}};  // a longer flange
+                       {90, 0, 450, 0},    {-90, 0, 0, 0},   {0, 0, 120, 0}};  // a longer flange
     EXPECT_TRUE(solve(joints, tool).match(first));
     ASSERT_EQ(SimArm::instance().kineInit(dh), 0);
     EXPECT_FALSE(solve(joints, tool).match(first)) << "the arm's kinematic table";

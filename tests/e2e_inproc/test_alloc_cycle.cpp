@@ -119,7 +119,8 @@ TEST(AllocCycle, StateChangesOfBackToBackShortMovesAllocateNothing) {
     long total = 0;
     for (int move = 0; move < 20; ++move) {
         const uint16_t id = client.submit(command("move-axes"), axes(move % 2 ? 0 : 2, 100));
-        client.wait_until(id, [](const srci_plc::AcrEntry& e) { return e.responses > 0; }, 60000);
+        client.wait_until(
+            id, [](const srci_plc::AcrEntry& e) { return e.responses > 0; }, 60000);
         client.cycle();  // the move goes to the controller
         allocations = 0;
         transport.count = true;
