@@ -56,6 +56,8 @@ void startUp() {
 }
 
 void runCycle(PlcLink& plc, CycleState& state) {
+    // The cycle's many status readers share one poll until the cycle commands or waits.
+    const srci::SharedStatusPoll sharedPoll;
     const bool appConnected = srci::RcItf::get(true)->isAppConnected();
     if (appConnected != state.lastAppConnected) {
         CYCLE_LOG(zlog::ZLogLvError, handler::text("APP connection state: ", appConnected ? 1 : 0));

@@ -20,6 +20,18 @@ namespace srci {
 std::shared_ptr<SrciPortStat> getStat();
 std::shared_ptr<SrciPortCmd> getCmd();
 
+// While one lives on a thread, that thread's status reads share one poll of the controller
+// until the adapter sends a command or waits (on any thread); the first read after that polls
+// again. The main cycle holds one, so its many readers see one sample instead of copying the
+// whole status for each. Other threads keep polling at every read.
+class SharedStatusPoll {
+public:
+    SharedStatusPoll();
+    ~SharedStatusPoll();
+    SharedStatusPoll(const SharedStatusPoll&) = delete;
+    SharedStatusPoll& operator=(const SharedStatusPoll&) = delete;
+};
+
 class RcItf {
 public:
     static RcItf* get(bool poll);

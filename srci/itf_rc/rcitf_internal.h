@@ -13,7 +13,29 @@ inline constexpr int ControllerSequenceWaitTime_ms = 15;
 void sleepMs(int ms);
 JogCmdParam& lastJogCmd();
 
-inline SrciPortStat& stat() { return *getStat(); }
-inline SrciPortCmd& cmd() { return *getCmd(); }
+// This thread's status snapshot, as last polled.
+SrciPortStat& stat();
+// This thread's snapshot, polled now unless a SharedStatusPoll lets it reuse the last poll.
+SrciPortStat& polledStat();
+
+// Counts the commands sent and the waits made, from every thread. A shared poll older than
+// the last count is taken again.
+void noteControllerTouched();
+
+// A command to the controller: the count moves before the call and again after it returns, so
+// a poll shared on another thread cannot outlive the change the command made.
+class CommandAccess {
+public:
+    CommandAccess() { noteControllerTouched(); }
+    ~CommandAccess() { noteControllerTouched(); }
+    CommandAccess(const CommandAccess&) = delete;
+    CommandAccess& operator=(const CommandAccess&) = delete;
+    SrciPortCmd* operator->() const { return getCmd().get(); }
+};
+inline CommandAccess cmd() { return {}; }
+
+// Kinematic computations and error-information reads change nothing on the controller and
+// leave shared polls valid.
+inline SrciPortCmd& readOnly() { return *getCmd(); }
 
 }  // namespace srci::rcitf_detail

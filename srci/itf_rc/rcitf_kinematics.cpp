@@ -1,20 +1,50 @@
 // Forward/inverse kinematics through the port, configuration choice, turn numbers and frame
 // conversion.
 #include <cmath>
+#include <cstring>
 
 #include "itf_rc/rcitf_internal.h"
 
 namespace srci {
 
+namespace {
+
+// The last forward solution of this thread and everything it was computed from. The cyclic
+// position asks for the same solution every cycle while the arm stands; the arm's kinematic
+// table is part of the key, as the status reports it, so a new table is never answered from
+// the old one.
+struct ForwardMemo {
+    bool valid = false;
+    double joints[6], tool[6], frame[6], dh[6][4];
+    double pose[6];
+    unsigned char config;
+};
+
+bool same(const double* a, const double* b, std::size_t n) { return std::memcmp(a, b, n * sizeof(double)) == 0; }
+
+}  // namespace
+
 void RcItf::fkine(JOINTS j, POSE& pose, SEW& sew, POSE tool, POSE frame) {
+    thread_local ForwardMemo memo;
     double joints[6], t[6], f[6], out[6] = {};
     for (unsigned char i = 1; i <= RA_JOINT_NUM; ++i) joints[i - 1] = j[i];
     tool.toArray(t);
     frame.toArray(f);
-    unsigned char config = 0;
-    if (rcitf_detail::cmd().fkine(joints, out, &config, t, f) != 0) throw static_cast<int>(err_fkine);
+    const auto& dh = rcitf_detail::stat().ra_dh_param;
+    if (!(memo.valid && same(memo.joints, joints, 6) && same(memo.tool, t, 6) && same(memo.frame, f, 6) &&
+          same(&memo.dh[0][0], &dh[0][0], 24))) {
+        memo.valid = false;
+        if (rcitf_detail::readOnly().fkine(joints, memo.pose, &memo.config, t, f) != 0)
+            throw static_cast<int>(err_fkine);
+        std::memcpy(memo.joints, joints, sizeof joints);
+        std::memcpy(memo.tool, t, sizeof t);
+        std::memcpy(memo.frame, f, sizeof f);
+        std::memcpy(memo.dh, dh, sizeof memo.dh);
+        memo.valid = true;
+    }
+    std::memcpy(out, memo.pose, sizeof out);
     pose = POSE(out);
-    sew.fromInt(config);
+    sew.fromInt(memo.config);
 }
 
 void RcItf::ikine(POSE pose, JOINTS& joints, SEW sew, POSE tool, POSE frame) {
@@ -23,7 +53,7 @@ void RcItf::ikine(POSE pose, JOINTS& joints, SEW sew, POSE tool, POSE frame) {
     tool.toArray(t);
     frame.toArray(f);
     for (unsigned char i = 1; i <= RA_JOINT_NUM; ++i) result[i - 1] = joints[i];
-    if (rcitf_detail::cmd().ikine(p, result, sew.toInt(), t, f) != 0) throw static_cast<int>(err_ikine);
+    if (rcitf_detail::readOnly().ikine(p, result, sew.toInt(), t, f) != 0) throw static_cast<int>(err_ikine);
     joints = result;
 }
 
@@ -73,7 +103,7 @@ POSE RcItf::calFrame_world_to_user(POSE pose, POSE frame) {
     double p[6], f[6], out[6] = {};
     pose.toArray(p);
     frame.toArray(f);
-    rcitf_detail::cmd().calFrameWorldToUser(p, f, out);
+    rcitf_detail::readOnly().calFrameWorldToUser(p, f, out);
     return POSE(out);
 }
 
@@ -81,7 +111,7 @@ POSE RcItf::calFrame_user_to_world(POSE pose, POSE frame) {
     double p[6], f[6], out[6] = {};
     pose.toArray(p);
     frame.toArray(f);
-    rcitf_detail::cmd().calFrameUserToWorld(p, f, out);
+    rcitf_detail::readOnly().calFrameUserToWorld(p, f, out);
     return POSE(out);
 }
 

@@ -16,7 +16,8 @@ void RcItf::robotMoveJoint(MoveCmdParam p) {
     double target[6];
     jointsToArray(p.jpos, target);
     const auto& g = p.generalParam;
-    if (rcitf_detail::cmd().movjAbs(target, g.vel, g.acc, g.trajId, g.tol) != 0) throw static_cast<int>(err_move_joint);
+    if (rcitf_detail::cmd()->movjAbs(target, g.vel, g.acc, g.trajId, g.tol) != 0)
+        throw static_cast<int>(err_move_joint);
 }
 
 void RcItf::robotMoveLine(MoveCmdParam p) {
@@ -25,7 +26,7 @@ void RcItf::robotMoveLine(MoveCmdParam p) {
     double target[6];
     p.pos.toArray(target);
     const auto& g = p.generalParam;
-    if (rcitf_detail::cmd().movl(target, g.vel, g.acc, g.trajId, g.tol) != 0) throw static_cast<int>(err_move_linear);
+    if (rcitf_detail::cmd()->movl(target, g.vel, g.acc, g.trajId, g.tol) != 0) throw static_cast<int>(err_move_linear);
 }
 
 void RcItf::robotMoveDirect(MoveCmdParam p) {
@@ -46,7 +47,8 @@ void RcItf::robotMoveDirect(MoveCmdParam p) {
     double joints[6];
     jointsToArray(target, joints);
     const auto& g = p.generalParam;
-    if (rcitf_detail::cmd().movjAbs(joints, g.vel, g.acc, g.trajId, g.tol) != 0) throw static_cast<int>(err_move_direct);
+    if (rcitf_detail::cmd()->movjAbs(joints, g.vel, g.acc, g.trajId, g.tol) != 0)
+        throw static_cast<int>(err_move_direct);
 }
 
 void RcItf::checkSpeedAcc(double vel, double acc) {
@@ -54,15 +56,15 @@ void RcItf::checkSpeedAcc(double vel, double acc) {
 }
 
 void RcItf::robotMoveStop() {
-    if (rcitf_detail::cmd().motionStop() != 0) throw static_cast<int>(err_stop);
+    if (rcitf_detail::cmd()->motionStop() != 0) throw static_cast<int>(err_stop);
 }
 
 void RcItf::robotMoveInterrupt() {
-    if (rcitf_detail::cmd().motionPause() != 0) throw static_cast<int>(err_pause);
+    if (rcitf_detail::cmd()->motionPause() != 0) throw static_cast<int>(err_pause);
 }
 
 void RcItf::robotMoveContinue() {
-    if (rcitf_detail::cmd().motionContinue() != 0) throw static_cast<int>(err_continue);
+    if (rcitf_detail::cmd()->motionContinue() != 0) throw static_cast<int>(err_continue);
 }
 
 int RcItf::jogmode_srci2veld(JogMode m) {
@@ -85,14 +87,13 @@ void RcItf::jog(JogCmdParam p) {
     setToolId(p.toolId);
     setUsrFrameId(p.frameId);
     if (p.distance >= 0.001 || p.distance <= -0.001)
-        rcitf_detail::cmd().jogIncr(mode, p.direction, p.speed, p.distance);
-    else
-        rcitf_detail::cmd().jogCont(mode, p.direction, p.speed, p.distance);
+        rcitf_detail::cmd()->jogIncr(mode, p.direction, p.speed, p.distance);
+    else rcitf_detail::cmd()->jogCont(mode, p.direction, p.speed, p.distance);
 }
 
 void RcItf::robotJogStop() {
     const JogCmdParam& last = rcitf_detail::lastJogCmd();
-    rcitf_detail::cmd().jogStop(jogmode_srci2veld(last.mode), last.direction);
+    rcitf_detail::cmd()->jogStop(jogmode_srci2veld(last.mode), last.direction);
 }
 
 }  // namespace srci

@@ -1,6 +1,8 @@
 // Port objects, the singleton, power/enable and the settings that go to the controller.
 #include <unistd.h>
 
+#include <atomic>
+
 #include "itf_rc/rcitf_internal.h"
 
 namespace srci {
@@ -23,18 +25,52 @@ bool waitForState(bool wanted, int counter, bool (RcItf::*query)()) {
     return (rc->*query)() == wanted;
 }
 
-SrciPortStat& polledStat() {
-    SrciPortStat& s = rcitf_detail::stat();
-    s.poll();
-    return s;
-}
+std::atomic<uint64_t> controllerTouches{0};
+
+// Per thread: whether reads may share a poll, and the touch count the shared poll was taken at.
+struct PollSharing {
+    bool active = false;
+    bool taken = false;
+    uint64_t touches = 0;
+};
+thread_local PollSharing sharing;
 
 }  // namespace
 
 namespace rcitf_detail {
-void sleepMs(int ms) { sleepFn(ms); }
+
+void sleepMs(int ms) {
+    sleepFn(ms);
+    noteControllerTouched();
+}
+
 JogCmdParam& lastJogCmd() { return lastJogCmd_; }
+
+void noteControllerTouched() { controllerTouches.fetch_add(1, std::memory_order_acq_rel); }
+
+SrciPortStat& stat() {
+    thread_local SrciPortStat* const mine = getStat().get();
+    return *mine;
+}
+
+SrciPortStat& polledStat() {
+    SrciPortStat& s = stat();
+    if (sharing.active) {
+        // The count is read before the poll: a command that lands during the poll moves it
+        // again, and the next read polls once more.
+        const uint64_t touches = controllerTouches.load(std::memory_order_acquire);
+        if (sharing.taken && sharing.touches == touches) return s;
+        sharing.touches = touches;
+        sharing.taken = true;
+    }
+    s.poll();
+    return s;
+}
+
 }  // namespace rcitf_detail
+
+SharedStatusPoll::SharedStatusPoll() { sharing = PollSharing{true, false, 0}; }
+SharedStatusPoll::~SharedStatusPoll() { sharing = PollSharing{}; }
 
 const JogCmdParam& lastJogCommand() { return lastJogCmd_; }
 void setRcItfSleep(SleepFn fn) { sleepFn = fn ? fn : realSleep; }
@@ -43,7 +79,7 @@ void setRcItfSleep(SleepFn fn) { sleepFn = fn ? fn : realSleep; }
 // shared snapshot would be rewritten under the reader's feet.
 std::shared_ptr<SrciPortStat> getStat() {
     thread_local std::shared_ptr<SrciPortStat> mine;
-    if (!mine) {
+    if (!mine) [[unlikely]] {
         mine = std::make_shared<SrciPortStat>();
         mine->init();
         mine->poll();
@@ -61,7 +97,7 @@ std::shared_ptr<SrciPortCmd> getCmd() {
 
 RcItf* RcItf::get(bool poll) {
     static RcItf* instance = new RcItf();
-    if (poll) getStat()->poll();
+    if (poll) rcitf_detail::polledStat();
     return instance;
 }
 
@@ -74,34 +110,33 @@ int RcItf::operationMode_toVeld(OperationMode) { return 0; }
 OperationMode RcItf::operationMode_fromVeld(unsigned char) { return OperationMode::External_Automatic; }
 
 void RcItf::robotPower(bool on) {
-    const int result = on ? rcitf_detail::cmd().powerOnRobot() : rcitf_detail::cmd().powerOffRobot();
+    const int result = on ? rcitf_detail::cmd()->powerOnRobot() : rcitf_detail::cmd()->powerOffRobot();
     const int failure = on ? err_power_on : err_power_off;
     if (result != 0) throw failure;
     if (!waitForState(on, 15, &RcItf::isRobotPower)) throw failure;
 }
 
 void RcItf::robotEnable(bool on) {
-    auto& c = rcitf_detail::cmd();
     if (on) {
-        if (c.enableRobot() != 0) throw static_cast<int>(err_enable);
+        if (rcitf_detail::cmd()->enableRobot() != 0) throw static_cast<int>(err_enable);
     } else {
-        c.motionStop();
-        if (c.disableRobot() != 0) throw static_cast<int>(err_disable);
+        rcitf_detail::cmd()->motionStop();
+        if (rcitf_detail::cmd()->disableRobot() != 0) throw static_cast<int>(err_disable);
     }
     if (!waitForState(on, 5, &RcItf::isRobotEnable)) throw static_cast<int>(on ? err_enable : err_disable);
 }
 
-void RcItf::exit_protect(unsigned char type) { rcitf_detail::cmd().exitProtect(type); }
+void RcItf::exit_protect(unsigned char type) { rcitf_detail::cmd()->exitProtect(type); }
 
 void RcItf::robotKineInit() {
-    if (rcitf_detail::cmd().kineInit(rcitf_detail::stat().ra_dh_param, 0) != 0) throw static_cast<int>(err_kine_init);
+    if (rcitf_detail::cmd()->kineInit(rcitf_detail::stat().ra_dh_param, 0) != 0) throw static_cast<int>(err_kine_init);
 }
 
 void RcItf::setTool(unsigned char id, POSE pose) {
     if (id < 1 || id > 15) throw static_cast<int>(err_tools_index);
     double p[6];
     pose.toArray(p);
-    if (rcitf_detail::cmd().setToolOffset(p, id, "") != 0) throw static_cast<int>(err_tools_setting);
+    if (rcitf_detail::cmd()->setToolOffset(p, id, "") != 0) throw static_cast<int>(err_tools_setting);
     rcitf_detail::sleepMs(rcitf_detail::ControllerSequenceWaitTime_ms);
 }
 
@@ -109,7 +144,7 @@ void RcItf::setUsrFrame(unsigned char id, POSE pose) {
     if (id < 1 || id > 15) throw static_cast<int>(err_frames_index);
     double p[6];
     pose.toArray(p);
-    if (rcitf_detail::cmd().setUsrFrame(p, id, "") != 0) throw static_cast<int>(err_frames_setting);
+    if (rcitf_detail::cmd()->setUsrFrame(p, id, "") != 0) throw static_cast<int>(err_frames_setting);
     rcitf_detail::sleepMs(rcitf_detail::ControllerSequenceWaitTime_ms);
 }
 
@@ -118,37 +153,37 @@ void RcItf::setUsrFrame(unsigned char id, POSE pose) {
 void RcItf::setToolId(int id) {
     if (id == -1) return;
     if (id < 0 || id > 15) throw static_cast<int>(err_tools_index);
-    if (polledStat().cur_tool_id == static_cast<uint32_t>(id)) return;
-    if (rcitf_detail::cmd().setToolId(id) != 0) throw static_cast<int>(err_tools_index);
+    if (rcitf_detail::polledStat().cur_tool_id == static_cast<uint32_t>(id)) return;
+    if (rcitf_detail::cmd()->setToolId(id) != 0) throw static_cast<int>(err_tools_index);
     rcitf_detail::sleepMs(rcitf_detail::ControllerSequenceWaitTime_ms);
 }
 
 void RcItf::setUsrFrameId(int id) {
     if (id == -1) return;
     if (id < 0 || id > 15) throw static_cast<int>(err_frames_index);
-    if (polledStat().cur_usrframe_id == static_cast<uint32_t>(id)) return;
-    if (rcitf_detail::cmd().setFrameId(id) != 0) throw static_cast<int>(err_frames_index);
+    if (rcitf_detail::polledStat().cur_usrframe_id == static_cast<uint32_t>(id)) return;
+    if (rcitf_detail::cmd()->setFrameId(id) != 0) throw static_cast<int>(err_frames_index);
     rcitf_detail::sleepMs(rcitf_detail::ControllerSequenceWaitTime_ms);
 }
 
 void RcItf::setLoad(LoadData load) {
     const double values[4] = {load.mass, load.x, load.y, load.z};
-    if (rcitf_detail::cmd().setLoad(values) != 0) throw static_cast<int>(err_load_index);
+    if (rcitf_detail::cmd()->setLoad(values) != 0) throw static_cast<int>(err_load_index);
 }
 
 int RcItf::setSoftLimits(double* lim) {
     for (int i = 0; i < RA_JOINT_NUM; ++i) {
-        rcitf_detail::cmd().setMinLimit(i, lim[2 * i]);
-        rcitf_detail::cmd().setMaxLimit(i, lim[2 * i + 1]);
+        rcitf_detail::cmd()->setMinLimit(i, lim[2 * i]);
+        rcitf_detail::cmd()->setMaxLimit(i, lim[2 * i + 1]);
     }
     return 0;
 }
 
 void RcItf::setReferenceDynamic(ReferenceDynamic d) {
-    rcitf_detail::cmd().setReferenceDynamic(d.vel, d.acc, d.dec, d.jerk);
+    rcitf_detail::cmd()->setReferenceDynamic(d.vel, d.acc, d.dec, d.jerk);
 }
 
-void RcItf::SetSpeedRatio(double r) { rcitf_detail::cmd().setSpeedRatio(r); }
+void RcItf::SetSpeedRatio(double r) { rcitf_detail::cmd()->setSpeedRatio(r); }
 
 void RcItf::getWorkArea() {}
 void RcItf::setWorkArea() {}

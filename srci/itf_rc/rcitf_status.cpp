@@ -6,11 +6,7 @@
 namespace srci {
 namespace {
 
-SrciPortStat& polled() {
-    SrciPortStat& s = rcitf_detail::stat();
-    s.poll();
-    return s;
-}
+SrciPortStat& polled() { return rcitf_detail::polledStat(); }
 
 SrciPortStat& snapshot() { return rcitf_detail::stat(); }
 
@@ -49,7 +45,7 @@ OperationMode RcItf::getOperationMode() { return operationMode_fromVeld(snapshot
 
 ErrorInfo RcItf::getErrorInfo() {
     int code = 0, type = 0;
-    rcitf_detail::cmd().updateErrInfo(code, type);
+    rcitf_detail::readOnly().updateErrInfo(code, type);
     return ErrorInfo{code, type};
 }
 

@@ -19,24 +19,32 @@ std::string getStateEnumStr(LRob_typeServerMotionStateEnum state) {
 }
 
 std::string EDK_CMD::getStateStr() const {
-    std::string text = getStateEnumStr(state);
-    if (state == LRob_typeServerMotionStateError) text += ": " + srci::text::hex(errorCode);
-    return text;
+    srci::LogText text;
+    putState(text);
+    return std::string(text.view());
+}
+
+void EDK_CMD::putState(srci::LogText& text) const {
+    text << getStateEnumStr(state);
+    if (state == LRob_typeServerMotionStateError) text << ": " << srci::text::hex(errorCode);
 }
 
 // Error absorbs everything. A finished move never changes again, while a jog may leave done
 // or stopped (the same jog telegram can start it once more).
 void EDK_CMD::setState(LRob_typeServerMotionStateEnum newState) {
     if (state == LRob_typeServerMotionStateError || state == newState) return;
-    const std::string change = getStateEnumStr(state) + "->" + getStateEnumStr(newState);
+    const std::string from = getStateEnumStr(state), to = getStateEnumStr(newState);
+    srci::LogText text;
     if (type == srci::MotionCmdType::Jog) {
-        SRCI_LOG(zlog::ZLogLvInfo, "jogcmd, id: " + std::to_string(jogCmd.jogId) + ", stateChanged: " + change);
+        text << "jogcmd, id: " << jogCmd.jogId << ", stateChanged: " << from << "->" << to;
+        SRCI_LOG(zlog::ZLogLvInfo, text.view());
     } else if (state == LRob_typeServerMotionStateStop || state == LRob_typeServerMotionStateDone) {
-        SRCI_LOG(zlog::ZLogLvError, "final state shouldn't change..." + change);
+        text << "final state shouldn't change..." << from << "->" << to;
+        SRCI_LOG(zlog::ZLogLvError, text.view());
         return;
     } else {
-        SRCI_LOG(zlog::ZLogLvInfo,
-                 "movecmd, id: " + std::to_string(moveCmd.generalParam.trajId) + ", stateChanged: " + change);
+        text << "movecmd, id: " << moveCmd.generalParam.trajId << ", stateChanged: " << from << "->" << to;
+        SRCI_LOG(zlog::ZLogLvInfo, text.view());
     }
     state = newState;
     reported = false;

@@ -8,18 +8,29 @@
 #include "srl/veld_motion_manager.h"
 
 void MotionManager::logBufferInfo() {
-    std::string text = "motionList: ";
-    for (const EDK_CMD& cmd : motionCmdList_)
-        text += std::to_string(cmd.moveCmd.generalParam.trajId) + ", " + cmd.getStateStr() + ", ";
-    text += "jogList: ";
-    for (const EDK_CMD& cmd : jogCmdIdList_) text += std::to_string(cmd.jogCmd.jogId) + ", " + cmd.getStateStr() + ", ";
-    SRCI_LOG(zlog::ZLogLvInfo, text);
+    srci::LogText text;
+    text << "motionList: ";
+    for (const EDK_CMD& cmd : motionCmdList_) {
+        text << cmd.moveCmd.generalParam.trajId << ", ";
+        cmd.putState(text);
+        text << ", ";
+    }
+    text << "jogList: ";
+    for (const EDK_CMD& cmd : jogCmdIdList_) {
+        text << cmd.jogCmd.jogId << ", ";
+        cmd.putState(text);
+        text << ", ";
+    }
+    SRCI_LOG(zlog::ZLogLvInfo, text.view());
 }
 
 void MotionManager::logSpeedRelatedInfo() {
-    SRCI_LOG(zlog::ZLogLvInfo, "speedoverride: " + std::to_string(srci::RcItf::get(true)->GetSpeedRatio()) +
-                                   ", refDyn.vel: " + std::to_string(helper.getStoredRefDyn_linear().vel) +
-                                   ", defaultDyn.vel_rate: " + std::to_string(helper.getStoredDefaultDyn().vel_rate));
+    srci::LogText text;
+    text << "speedoverride: ";
+    text.fixed(srci::RcItf::get(true)->GetSpeedRatio()) << ", refDyn.vel: ";
+    text.fixed(helper.getStoredRefDyn_linear().vel) << ", defaultDyn.vel_rate: ";
+    text.fixed(helper.getStoredDefaultDyn().vel_rate);
+    SRCI_LOG(zlog::ZLogLvInfo, text.view());
 }
 
 // Logged only on change, so a standing robot does not fill the log.
@@ -31,6 +42,7 @@ void MotionManager::logControllerMotionFlag(bool isDone, bool isMoving, int traj
     last_isDone = isDone;
     last_isMoving = isMoving;
     last_trajid = trajId;
-    SRCI_LOG(zlog::ZLogLvInfo, "isDone: " + srci::text::flag(isDone) + ", isMoving: " + srci::text::flag(isMoving) +
-                                   ", trajid: " + std::to_string(trajId));
+    SRCI_LOG(zlog::ZLogLvInfo, (srci::LogText() << "isDone: " << srci::text::flag(isDone) << ", isMoving: "
+                                                << srci::text::flag(isMoving) << ", trajid: " << trajId)
+                                   .view());
 }

@@ -57,7 +57,7 @@ void MotionManager::sendJogCmd() {
         front.setState(LRob_typeServerMotionStateError);
         return;
     }
-    SRCI_LOG(zlog::ZLogLvInfo, "jog cmd sent to controller, id: " + std::to_string(front.jogCmd.jogId));
+    SRCI_LOG(zlog::ZLogLvInfo, (srci::LogText() << "jog cmd sent to controller, id: " << front.jogCmd.jogId).view());
     resetLastMotionControlFlag();
     logSpeedRelatedInfo();
 }
@@ -108,8 +108,10 @@ void MotionManager::updateJogState() {
     }
     if (!ableToUpdateEDKState()) return;
 
-    SRCI_LOG(zlog::ZLogLvInfo,
-             "jog cmd id: " + std::to_string(front.jogCmd.jogId) + ", done(state_stop), realState: " + front.getStateStr());
+    srci::LogText text;
+    text << "jog cmd id: " << front.jogCmd.jogId << ", done(state_stop), realState: ";
+    front.putState(text);
+    SRCI_LOG(zlog::ZLogLvInfo, text.view());
     motion_detail::reportState(front.jogCmd.jogId, front);
     if (front.jogCmd.direction != 0 && lastMotionControlCmd != srci::MotionFlagType::Stop)
         srl_set_jog_distance_togo(1);

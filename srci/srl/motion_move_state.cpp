@@ -29,7 +29,12 @@ void settlePassed(EDK_CMD& cmd) {
         cmd.setState(LRob_typeServerMotionStateDone);
 }
 
-std::string idText(const EDK_CMD& cmd) { return std::to_string(cmd.moveCmd.generalParam.trajId); }
+void logMoveState(const EDK_CMD& cmd) {
+    srci::LogText text;
+    text << "move cmd id: " << cmd.moveCmd.generalParam.trajId << ", ";
+    cmd.putState(text);
+    SRCI_LOG(zlog::ZLogLvInfo, text.view());
+}
 
 }  // namespace
 
@@ -92,8 +97,9 @@ void MotionManager::updateMoveState() {
             cur.setState(LRob_typeServerMotionStatePause);
         } else if (rc->GetSpeedRatio() > StandingSpeedRatio) {
             logSpeedRelatedInfo();
-            SRCI_LOG(zlog::ZLogLvInfo, "done? " + std::string(isDone ? "1" : "0") + ", moving? " +
-                                           std::string(isMoving ? "1" : "0"));
+            SRCI_LOG(
+                zlog::ZLogLvInfo,
+                (srci::LogText() << "done? " << (isDone ? "1" : "0") << ", moving? " << (isMoving ? "1" : "0")).view());
         }
     }
 
@@ -127,7 +133,7 @@ void MotionManager::updateMoveState() {
             }
             resetWaitDelayCount();
             front.reported = true;
-            SRCI_LOG(zlog::ZLogLvInfo, "move cmd id: " + idText(front) + ", " + front.getStateStr());
+            logMoveState(front);
             logBufferInfo();
             break;
         case LRob_typeServerMotionStateDone:
@@ -143,7 +149,7 @@ void MotionManager::updateMoveState() {
             }
             resetWaitDelayCount();
             front.reported = true;
-            SRCI_LOG(zlog::ZLogLvInfo, "move cmd id: " + idText(front) + ", " + front.getStateStr());
+            logMoveState(front);
             motionCmdList_.erase(motionCmdList_.begin());
             logBufferInfo();
             break;

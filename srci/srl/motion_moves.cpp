@@ -122,7 +122,8 @@ void MotionManager::sendMoveCmd() {
         }
         resetLastMotionControlFlag();
         cmd.sendToController = true;
-        SRCI_LOG(zlog::ZLogLvInfo, "move cmd sent to controller, id: " + std::to_string(cmd.moveCmd.generalParam.trajId));
+        SRCI_LOG(zlog::ZLogLvInfo,
+                 (srci::LogText() << "move cmd sent to controller, id: " << cmd.moveCmd.generalParam.trajId).view());
         logSpeedRelatedInfo();
     }
 }

@@ -12,6 +12,7 @@
 #include <string>
 #include <vector>
 
+#include "itf_rc/srci_log.h"
 #include "itf_rc/srci_records.h"
 #include "srl/srl_types.h"
 
@@ -29,6 +30,7 @@ struct EDK_CMD {
     bool pausingMode = false;
 
     std::string getStateStr() const;
+    void putState(srci::LogText& text) const;  // the same text, without a string of its own
     // The only way to change state: error absorbs everything, a finished move never changes.
     void setState(LRob_typeServerMotionStateEnum newState);
 };

@@ -1,8 +1,8 @@
-// The adapter's steady cycle allocates nothing: over 1 000 cycles with a move running and another
+// The adapter's cycle allocates nothing: over 1 000 cycles with a move running and another
 // queued behind it, the whole cycle (controller-state update, motion manager, interpreter,
-// handlers, the simulated arm's step) makes no heap allocation. Cycles in which a command
-// arrives or changes state log an event and may allocate; they are not steady cycles. Allocations are counted on this thread only while the
-// in-process adapter runs a cycle; the PLC client's own work in between is not counted.
+// handlers, the simulated arm's step) makes no heap allocation. Allocations are counted on this
+// thread only while the in-process adapter runs a cycle; the PLC client's own work in between is
+// not counted.
 #include <execinfo.h>
 #include <gtest/gtest.h>
 
@@ -54,6 +54,15 @@ public:
     long cycles = 0;
 };
 
+// Both cases share the process's one adapter start-up, whichever runs first.
+void startOnce() {
+    static const bool started = [] {
+        srci_test::InProcessAdapter::startUp();
+        return true;
+    }();
+    (void)started;
+}
+
 const srci_plc::CommandDef& command(const char* name) { return *srci_plc::find_command(name); }
 
 srci_plc::ParamValues axes(double j1, double vel) {
@@ -61,7 +70,7 @@ srci_plc::ParamValues axes(double j1, double vel) {
 }
 
 TEST(AllocCycle, SteadyCyclesWithMovesRunningAllocateNothing) {
-    srci_test::InProcessAdapter::startUp();
+    startOnce();
     srci_test::InProcessAdapter adapter;
     CountingTransport transport(adapter);
     srci_plc::ClientOptions options;
@@ -88,6 +97,43 @@ TEST(AllocCycle, SteadyCyclesWithMovesRunningAllocateNothing) {
 
     EXPECT_TRUE(srci_plc::decode_status_word(client.last_telegram().status).is_moving) << "the arm must still move";
     EXPECT_EQ(allocations, 0) << "heap allocations in 1000 steady cycles (SRCI_TRACE_ALLOC=1 prints where)";
+}
+
+// The cycles in which a sent move starts, reports and finishes log each change of its state;
+// those lines are built without the heap too. The cycle that accepts the move (its handler's
+// log line) and the one that sends it (the simulated arm plans its path) are not counted.
+TEST(AllocCycle, StateChangesOfBackToBackShortMovesAllocateNothing) {
+    startOnce();
+    srci_test::InProcessAdapter adapter;
+    CountingTransport transport(adapter);
+    srci_plc::ClientOptions options;
+    options.cycle_ms = 0;
+    options.lifesign_timeout_ms = 5000;
+    srci_plc::Client client(transport, options);
+    client.connect();
+    ASSERT_TRUE(client.execute(command("enable"), {{"enable", 1}}, srci_plc::WaitFor::Enabled, 60000).enabled);
+    std::this_thread::sleep_for(std::chrono::milliseconds(300));
+    for (int i = 0; i < 10; ++i) client.cycle();
+
+    long counted = 0;
+    long total = 0;
+    for (int move = 0; move < 20; ++move) {
+        const uint16_t id = client.submit(command("move-axes"), axes(move % 2 ? 0 : 2, 100));
+        client.wait_until(
+            id, [](const srci_plc::AcrEntry& e) { return e.responses > 0; }, 60000);
+        client.cycle();  // the move goes to the controller
+        allocations = 0;
+        transport.count = true;
+        const long before = transport.cycles;
+        const auto result = client.wait_until(
+            id, [](const srci_plc::AcrEntry& e) { return srci_plc::cmd_state::is_final(e.last.state); }, 60000);
+        transport.count = false;
+        ASSERT_EQ(result.header.state, srci_plc::cmd_state::kDone) << "move " << move;
+        counted += transport.cycles - before;
+        total += allocations;
+    }
+    EXPECT_GT(counted, 40) << "the moves must have taken cycles";
+    EXPECT_EQ(total, 0) << "heap allocations while 20 moves started and finished (SRCI_TRACE_ALLOC=1 prints where)";
 }
 
 }  // namespace
