@@ -7,7 +7,7 @@
 #include <regex>
 #include <sstream>
 
-#include "cli_options.hpp"
+#include "cli_parse.hpp"
 #include "command_runner.hpp"
 #include "result_printer.hpp"
 #include "srci_plc/error_names.hpp"
@@ -17,14 +17,9 @@ using namespace srci_plc::cli;
 
 namespace {
 
-GlobalOptions parse(std::vector<const char*> args) {
-    args.insert(args.begin(), "srci-plc");
-    return parse_global_options(static_cast<int>(args.size()), args.data());
-}
-
 std::string usage_error(const std::string& text) {
     try {
-        validate_command(parse_command_words(split_script_line(text)));
+        validate_command(line(text));
     } catch (const UsageError& e) {
         return e.what();
     }

@@ -13,17 +13,7 @@
 namespace srltest {
 namespace {
 
-Bytes move_axes(uint8_t exec = 0) { return payload(2101, Bytes(76, 0), exec); }
-
-class SafetyWire : public ::testing::Test {
-protected:
-    void SetUp() override {
-        reset_interpreter();
-        plc.connect();
-    }
-    int rid_of(const char* handler) { return fakes().last(handler)->in[255]; }
-    Plc plc;
-};
+using SafetyWire = ConnectedPlc;
 
 // Aborting modes only where the adapter's handler stops the group; elsewhere they are refused
 // without calling the handler and without touching the queued move.
