@@ -4,22 +4,20 @@
 
 #include <gtest/gtest.h>
 
-#include <stdexcept>
 #include <string>
 #include <variant>
 
 #include "inprocess_adapter.h"
-#include "srci_plc/command_catalog.hpp"
+#include "plc_command.h"
 
 namespace srci_test {
 
-constexpr uint8_t kActive = 4, kInterrupted = 5, kDone = 10, kAborted = 14, kError = 15;
+using srci_plc::CommandResult;
+using srci_plc::ParamValues;
+using srci_plc::WaitFor;
+using srciport::SimArm;
 
-inline const srci_plc::CommandDef& command(const char* name) {
-    const auto* def = srci_plc::find_command(name);
-    if (!def) throw std::runtime_error(std::string("unknown command ") + name);
-    return *def;
-}
+constexpr uint8_t kActive = 4, kInterrupted = 5, kDone = 10, kAborted = 14, kError = 15;
 
 inline double field(const srci_plc::CommandResult& r, const std::string& name) {
     for (const auto& f : r.data)
@@ -30,7 +28,7 @@ inline double field(const srci_plc::CommandResult& r, const std::string& name) {
 
 inline SrciPortStat arm() {
     SrciPortStat s;
-    srciport::SimArm::instance().snapshot(s);
+    SimArm::instance().snapshot(s);
     return s;
 }
 

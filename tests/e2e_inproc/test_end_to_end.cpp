@@ -17,10 +17,6 @@
 #include "srci_plc/error_names.hpp"
 
 using namespace srci_test;
-using srci_plc::CommandResult;
-using srci_plc::ParamValues;
-using srci_plc::WaitFor;
-using srciport::SimArm;
 
 namespace {
 
@@ -214,6 +210,7 @@ TEST_F(EndToEnd, AControllerErrorFailsTheMoveAndGroupResetAcknowledgesIt) {
     const auto failed = client->wait(id, WaitFor::Final, 30000);
     EXPECT_EQ(failed.header.state, kError);
     EXPECT_EQ(failed.header.code, 0x6C03);
+    EXPECT_EQ(failed.header.severity, 28);
     cycles(20);
     EXPECT_NE(client->last_telegram().status & kErrorPendingBit, 0u);
     ASSERT_TRUE(run("reset").ok());

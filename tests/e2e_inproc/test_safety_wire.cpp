@@ -14,10 +14,6 @@
 #include "plc_session.h"
 
 using namespace srci_test;
-using srci_plc::CommandResult;
-using srci_plc::ParamValues;
-using srci_plc::WaitFor;
-using srciport::SimArm;
 
 namespace {
 
@@ -56,21 +52,6 @@ protected:
 
 std::map<uint16_t, CommandResult> SafetyWire::finished;
 
-TEST_F(SafetyWire, AMoveThatFailsInTheControllerIsAnErrorThePlcCannotMiss) {
-    ASSERT_EQ(run("move-axes", axes(0)).header.state, kDone);
-    const uint16_t id = client->submit(command("move-axes"), axes(-40, 10));
-    cycles(50);
-    SimArm::instance().injectError(0xF0018);  // a path point out of reach
-    const auto failed = client->wait(id, WaitFor::Final, 30000);
-    EXPECT_EQ(failed.header.state, kError);
-    EXPECT_EQ(failed.header.code, 0x6C03);
-    EXPECT_EQ(failed.header.severity, 28);
-    reset();
-}
-
-// A command the PLC sees as final never moves again: an aborting execution mode is refused where
-// the adapter would not stop the group, and made real where it would, even when the aborting
-// command itself fails its parameter checks. Each case with the move running and paused.
 TEST_F(SafetyWire, AbortingExecutionModesNeverLeaveAFinalMoveRunning) {
     const struct {
         const char* what;

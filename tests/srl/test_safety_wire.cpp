@@ -1,7 +1,7 @@
 // What the PLC sees must match what the robot does: aborting execution modes only where the
 // adapter really aborts, both WorkAreaNo layouts and the progress of a running move. (Error
 // severities, the supported-functions bitmap and the highest indices are proven end to end in
-// tests/e2e_inproc/test_safety_wire.cpp and by the golden handshake.)
+// tests/e2e_inproc and by the golden handshake.)
 #include <gtest/gtest.h>
 
 #include <algorithm>
