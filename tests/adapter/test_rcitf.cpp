@@ -67,20 +67,73 @@ TEST_F(RcItfTest, ToolAndFrameNumbersOutsideTheirRangesAreRefused) {
     EXPECT_TRUE(rc->getTool(0).match(POSE())) << "tool 0 is the flange";
 }
 
-TEST_F(RcItfTest, MinusOneSelectsNothingAndKeepsTheActiveToolAndFrame) {
-    const uint8_t toolBefore = rc->getCurrentTooldId();
-    rc->setToolId(-1);
-    rc->setUsrFrameId(-1);
-    EXPECT_TRUE(sleeps.empty());
-    EXPECT_EQ(rc->getCurrentTooldId(), toolBefore);
-    rc->setToolId(3);
-    rc->setUsrFrameId(2);
-    EXPECT_EQ(sleeps, (std::vector<int>{15, 15})) << "the controller gets time to take the change";
-    EXPECT_EQ(rc->getCurrentUserFrameId(), 2);
+TEST_F(RcItfTest, MinusOneReadsTheActiveTool) {
     const POSE tool(10, 20, 150, 0, 0, 90);
     rc->setTool(4, tool);
     rc->setToolId(4);
-    EXPECT_TRUE(rc->getTool(-1).match(tool)) << "-1 reads the active tool";
+    EXPECT_TRUE(rc->getTool(-1).match(tool));
+}
+
+// Selecting the tool or frame that is already active is no change: no port command, no pause.
+// Every real change keeps both; -1 selects nothing.
+TEST_F(RcItfTest, OnlyARealToolOrFrameChangeSendsAndPauses) {
+    powerAndEnable();
+    struct Case {
+        const char* what;
+        int tool, frame;
+        std::vector<int> pauses;
+    };
+    // The arm starts with tool 0 and frame 0 active; each row starts where the previous ended.
+    const Case cases[] = {
+        {"both already active", 0, 0, {}},
+        {"new tool only", 3, 0, {15}},
+        {"new frame only", 3, 5, {15}},
+        {"same again", 3, 5, {}},
+        {"both change", 1, 2, {15, 15}},
+        {"keep both (-1)", -1, -1, {}},
+    };
+    int tool = 0, frame = 0;
+    for (const Case& c : cases) {
+        sleeps.clear();
+        rc->setToolId(c.tool);
+        rc->setUsrFrameId(c.frame);
+        EXPECT_EQ(sleeps, c.pauses) << c.what;
+        if (c.tool >= 0) tool = c.tool;
+        if (c.frame >= 0) frame = c.frame;
+        EXPECT_EQ(rc->getCurrentTooldId(), tool) << c.what;
+        EXPECT_EQ(rc->getCurrentUserFrameId(), frame) << c.what;
+    }
+}
+
+// The controller's active id decides, not what the adapter selected last: a change made behind
+// the adapter's back (the arm reset to tool 0) is undone by a real command with its pause.
+TEST_F(RcItfTest, ToolSelectionComparesWithTheControllersActiveId) {
+    powerAndEnable();
+    rc->setToolId(4);
+    SimArm::instance().setToolId(0);
+    sleeps.clear();
+    rc->setToolId(4);
+    EXPECT_EQ(sleeps, (std::vector<int>{15}));
+    EXPECT_EQ(rc->getCurrentTooldId(), 4);
+}
+
+TEST_F(RcItfTest, MoveInTheActiveToolAndFrameDoesNotPause) {
+    powerAndEnable();
+    rc->setToolId(2);
+    rc->setUsrFrameId(1);
+    sleeps.clear();
+    MoveCmdParam p;
+    p.toolId = 2;
+    p.frameId = 1;
+    p.pos = rc->getCartesianPos();
+    p.generalParam.vel = 10;
+    p.generalParam.acc = 10;
+    rc->robotMoveLine(p);
+    EXPECT_TRUE(sleeps.empty());
+
+    p.toolId = 0;
+    rc->robotMoveLine(p);
+    EXPECT_EQ(sleeps, (std::vector<int>{15}));
 }
 
 TEST_F(RcItfTest, OnlyExternalAutomaticExistsAndDynamicsHaveNoDecOrJerk) {

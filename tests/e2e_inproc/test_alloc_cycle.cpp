@@ -8,23 +8,20 @@
 
 #include <cstdio>
 #include <cstdlib>
-#include <new>
 #include <thread>
 
+#include "counted_new.h"
 #include "inprocess_adapter.h"
 #include "srci_plc/command_catalog.hpp"
 #include "srci_plc/status_word.hpp"
-
-// GCC cannot see that malloc/free pair up behind the replaced operators.
-#if defined(__GNUC__) && !defined(__clang__)
-#pragma GCC diagnostic ignored "-Wmismatched-new-delete"
-#endif
 
 namespace {
 
 thread_local bool counting = false;
 thread_local long allocations = 0;
 bool traceAllocations = std::getenv("SRCI_TRACE_ALLOC") != nullptr;
+
+}  // namespace
 
 void noteAllocation() {
     if (!counting) return;
@@ -38,6 +35,8 @@ void noteAllocation() {
         counting = true;
     }
 }
+
+namespace {
 
 // Counts every cycle the client asks for while `count` is set.
 class CountingTransport : public srci_plc::Transport {
@@ -137,14 +136,3 @@ TEST(AllocCycle, StateChangesOfBackToBackShortMovesAllocateNothing) {
 }
 
 }  // namespace
-
-void* operator new(std::size_t n) {
-    noteAllocation();
-    if (void* p = std::malloc(n ? n : 1)) return p;
-    throw std::bad_alloc();
-}
-void* operator new[](std::size_t n) { return operator new(n); }
-void operator delete(void* p) noexcept { std::free(p); }
-void operator delete[](void* p) noexcept { std::free(p); }
-void operator delete(void* p, std::size_t) noexcept { std::free(p); }
-void operator delete[](void* p, std::size_t) noexcept { std::free(p); }

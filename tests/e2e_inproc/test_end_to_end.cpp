@@ -13,52 +13,17 @@
 #include <variant>
 
 #include "child_process.h"
-#include "inprocess_adapter.h"
-#include "srci_plc/command_catalog.hpp"
+#include "plc_session.h"
 #include "srci_plc/error_names.hpp"
 
 using namespace srci_test;
-using srci_plc::CommandResult;
-using srci_plc::ParamValues;
-using srci_plc::WaitFor;
-using srciport::SimArm;
 
 namespace {
 
-constexpr uint8_t kActive = 4, kInterrupted = 5, kDone = 10, kAborted = 14, kError = 15;
 constexpr uint32_t kErrorPendingBit = 1u << 5;
 
-const srci_plc::CommandDef& command(const char* name) {
-    const auto* def = srci_plc::find_command(name);
-    if (!def) throw std::runtime_error(std::string("unknown command ") + name);
-    return *def;
-}
-
-double field(const CommandResult& r, const std::string& name) {
-    for (const auto& f : r.data)
-        if (f.name == name && std::holds_alternative<double>(f.value)) return std::get<double>(f.value);
-    ADD_FAILURE() << "no field " << name;
-    return 0;
-}
-
-SrciPortStat arm() {
-    SrciPortStat s;
-    SimArm::instance().snapshot(s);
-    return s;
-}
-
-class EndToEnd : public ::testing::Test {
+class EndToEnd : public PlcSession {
 protected:
-    static void SetUpTestSuite() {
-        InProcessAdapter::startUp();
-        transport = new InProcessAdapter();
-        srci_plc::ClientOptions options;
-        options.cycle_ms = 0;  // the simulated arm advances one cycle per telegram
-        options.lifesign_timeout_ms = 5000;
-        client = new srci_plc::Client(*transport, options);
-        client->connect();
-    }
-
     static CommandResult run(const char* name, const ParamValues& values = {}, WaitFor what = WaitFor::Final) {
         return client->execute(command(name), values, what, 60000);
     }
@@ -74,28 +39,10 @@ protected:
             60000);
     }
 
-    // Runs cycles until the command shows `state` (or ends); returns the state it stopped at.
-    static int until(uint16_t id, uint8_t state) {
-        return client
-            ->wait_until(
-                id, [&](const srci_plc::AcrEntry& e) { return e.last.state == state || srci_plc::cmd_state::is_final(e.last.state); },
-                60000)
-            .header.state;
-    }
-
-    static void cycles(int n) {
-        for (int i = 0; i < n; ++i) client->cycle();
-    }
-
-    static InProcessAdapter* transport;
-    static srci_plc::Client* client;
     static uint16_t enableId;
 };
 
 uint16_t EndToEnd::enableId = 0;
-
-InProcessAdapter* EndToEnd::transport = nullptr;
-srci_plc::Client* EndToEnd::client = nullptr;
 
 TEST_F(EndToEnd, AFreshStartCreatesSrciIniAndAnswersTheDocumentedDynamics) {
     const std::string ini = readFile("srci.ini");
@@ -263,6 +210,7 @@ TEST_F(EndToEnd, AControllerErrorFailsTheMoveAndGroupResetAcknowledgesIt) {
     const auto failed = client->wait(id, WaitFor::Final, 30000);
     EXPECT_EQ(failed.header.state, kError);
     EXPECT_EQ(failed.header.code, 0x6C03);
+    EXPECT_EQ(failed.header.severity, 28);
     cycles(20);
     EXPECT_NE(client->last_telegram().status & kErrorPendingBit, 0u);
     ASSERT_TRUE(run("reset").ok());

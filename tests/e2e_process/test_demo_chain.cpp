@@ -16,21 +16,11 @@
 #include <regex>
 #include <sstream>
 
-#include "child_process.h"
-#include "process_image.h"
+#include "process_chain.h"
 
 using namespace srci_test;
 
 namespace {
-
-const std::string kServer = SRCI_SERVER_BIN;
-const std::string kPnio = PNIO_SIM_BIN;
-const std::string kPlc = SRCI_PLC_BIN;
-
-struct PlcRun {
-    int code = -1;
-    std::string output;
-};
 
 // Numbers of one command's JSON line, e.g. {"command":"read-position",...,"data":{"j1":0.0,...}}.
 std::map<std::string, double> numbers(const std::string& jsonLine) {
@@ -56,44 +46,14 @@ std::vector<double> values(const std::string& answer) {
     return v;
 }
 
-class DemoChain : public ::testing::Test {
+class DemoChain : public ProcessChain {
 protected:
     void SetUp() override {
-        ProcessImage::removeStale();
-        pnio = std::make_unique<ChildProcess>(kPnio, std::vector<std::string>{"--port", "0", "--no-status"}, dir.path(),
-                                              dir.file("pnio.out"));
-        const std::regex listening(R"(listening on [0-9.]+:([0-9]+))");
-        std::smatch m;
-        ASSERT_TRUE(eventually(
-            [&] {
-                const std::string out = readFile(dir.file("pnio.out"));
-                if (!std::regex_search(out, m, listening)) return false;
-                port = m[1];
-                return true;
-            },
-            10000))
-            << readFile(dir.file("pnio.out"));
-        startServer();
+        startGateway();
+        if (!HasFatalFailure()) startServer();
     }
 
-    void startServer() {
-        server = std::make_unique<ChildProcess>(kServer, std::vector<std::string>{}, dir.path(), dir.file("server.out"));
-        ASSERT_TRUE(eventually([&] { return plc({"status"}).code == 0; }, 40000)) << readFile(dir.file("server.out"));
-    }
-
-    PlcRun plc(std::vector<std::string> args) {
-        args.insert(args.begin(), {"--port", port});
-        ChildProcess client(kPlc, args, dir.path(), dir.file("plc.out"));
-        PlcRun run;
-        if (client.waitExit(120000)) run.code = client.exitCode();
-        run.output = readFile(dir.file("plc.out"));
-        return run;
-    }
-
-    PlcRun script(const std::string& text) {
-        std::ofstream(dir.file("script.srci")) << text;
-        return plc({"--json", "run", dir.file("script.srci")});
-    }
+    PlcRun script(const std::string& text) { return ProcessChain::script(text, {"--json"}); }
 
     std::string arm(const std::string& request) {
         int fd = socket(AF_UNIX, SOCK_STREAM, 0);
@@ -110,10 +70,6 @@ protected:
         return answer;
     }
 
-    TempDir dir;
-    std::string port;
-    std::unique_ptr<ChildProcess> pnio;
-    std::unique_ptr<ChildProcess> server;
 };
 
 TEST_F(DemoChain, TheDemoTourReachesEveryTarget) {

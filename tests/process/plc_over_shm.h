@@ -13,6 +13,7 @@
 #include <thread>
 #include <variant>
 
+#include "plc_command.h"
 #include "process_image.h"
 #include "srci_plc/client.hpp"
 #include "srci_plc/command_catalog.hpp"
@@ -56,12 +57,6 @@ private:
     Clock::time_point last_;
     double maxGapMs_ = 0;
 };
-
-inline const srci_plc::CommandDef& command(const char* name) {
-    const auto* def = srci_plc::find_command(name);
-    if (!def) throw std::runtime_error(std::string("unknown command ") + name);
-    return *def;
-}
 
 inline double field(const srci_plc::CommandResult& r, const std::string& name) {
     for (const auto& f : r.data)

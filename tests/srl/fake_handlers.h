@@ -1,6 +1,8 @@
 // Small fake handlers that record what the interpreter hands them.
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <array>
 #include <cstdint>
 #include <cstring>
@@ -147,6 +149,19 @@ inline void reset_interpreter(bool register_all = true) {
     srl_set_clear_cmd_in_rc_buffer_funs(reinterpret_cast<void*>(clear_cmd));
     srl_set_enable_robot_param_funs(reinterpret_cast<void*>(enable_param));
 }
+
+inline Bytes move_axes(uint8_t exec = 0) { return payload(2101, Bytes(76, 0), exec); }
+
+// A fresh interpreter with every fake registered and the PLC connected.
+class ConnectedPlc : public ::testing::Test {
+protected:
+    void SetUp() override {
+        reset_interpreter();
+        plc.connect();
+    }
+    int rid_of(const char* handler) { return fakes().last(handler)->in[255]; }  // the id at byte 255
+    Plc plc;
+};
 
 // The adapter's per-cycle push of the moving bit (status bit 0).
 inline void set_moving(bool moving) {

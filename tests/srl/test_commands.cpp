@@ -9,7 +9,6 @@
 namespace srltest {
 namespace {
 
-Bytes move_axes(uint8_t exec = 0) { return payload(2101, Bytes(76, 0), exec); }
 Bytes jog(uint8_t enable, uint8_t mode, uint8_t dir0, uint8_t parseq = 1) {
     Bytes b(19, 0);
     b[0] = enable;
@@ -20,16 +19,7 @@ Bytes jog(uint8_t enable, uint8_t mode, uint8_t dir0, uint8_t parseq = 1) {
     return payload(2100, b, 7, parseq);
 }
 
-class Commands : public ::testing::Test {
-protected:
-    void SetUp() override {
-        reset_interpreter();
-        plc.connect();
-    }
-    // Every motion report the adapter would make for `id` (as given at byte 255).
-    int rid_of(const char* handler) { return fakes().last(handler)->in[255]; }
-    Plc plc;
-};
+using Commands = ConnectedPlc;
 
 TEST_F(Commands, UnsupportedCommandsAreFinalAtOnce) {
     srl_set_move_axes_absolute_funs(nullptr);

@@ -9,8 +9,6 @@
 namespace srltest {
 namespace {
 
-Bytes move_axes_payload(uint8_t exec = 0) { return payload(2101, Bytes(76, 0), exec); }
-
 class Connection : public ::testing::Test {
 protected:
     void SetUp() override { reset_interpreter(); }
@@ -72,7 +70,7 @@ TEST_F(Connection, ControlRequestsOutsideTheirStateAndRepeatedInitialize) {
 
 TEST_F(Connection, LifesignTimeoutStopsTheArmAndResetRecovers) {
     plc.connect();  // LifeSignTimeOut 1000 ms
-    plc.cycle({command(3, move_axes_payload())});
+    plc.cycle({command(3, move_axes())});
     const size_t calls_before = fakes().calls.size();
     plc.freeze_life = true;
     Reply r;
@@ -146,10 +144,10 @@ TEST_F(Connection, TornTelegramIsIgnored) {
 
 TEST_F(Connection, RepeatedSeqIsProcessedOnceAndItsContentStaysUnchanged) {
     plc.connect();
-    const Reply first = plc.cycle({command(3, move_axes_payload())});
+    const Reply first = plc.cycle({command(3, move_axes())});
     const int rid = fakes().last("move_axes")->in[255];
     srl_set_robot_motion_state_1(rid, 3, 0, 0);  // new state, but no new SEQ yet
-    const Reply again = plc.cycle({command(3, move_axes_payload())}, true);
+    const Reply again = plc.cycle({command(3, move_axes())}, true);
     EXPECT_EQ(fakes().count("move_axes"), 1);
     EXPECT_TRUE(std::equal(first.raw.begin() + 10, first.raw.begin() + 255, again.raw.begin() + 10));
     const Reply next = plc.cycle();

@@ -1,7 +1,7 @@
 // What the PLC sees must match what the robot does: aborting execution modes only where the
 // adapter really aborts, both WorkAreaNo layouts and the progress of a running move. (Error
 // severities, the supported-functions bitmap and the highest indices are proven end to end in
-// tests/e2e_inproc/test_safety_wire.cpp and by the golden handshake.)
+// tests/e2e_inproc and by the golden handshake.)
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -13,17 +13,7 @@
 namespace srltest {
 namespace {
 
-Bytes move_axes(uint8_t exec = 0) { return payload(2101, Bytes(76, 0), exec); }
-
-class SafetyWire : public ::testing::Test {
-protected:
-    void SetUp() override {
-        reset_interpreter();
-        plc.connect();
-    }
-    int rid_of(const char* handler) { return fakes().last(handler)->in[255]; }
-    Plc plc;
-};
+using SafetyWire = ConnectedPlc;
 
 // Aborting modes only where the adapter's handler stops the group; elsewhere they are refused
 // without calling the handler and without touching the queued move.

@@ -16,8 +16,7 @@
 #include <regex>
 #include <sstream>
 
-#include "child_process.h"
-#include "process_image.h"
+#include "process_chain.h"
 #include "pnio_sim/trace_pcapng.hpp"
 #include "srci_plc/byte_order.hpp"
 #include "srci_plc/plc_telegram.hpp"
@@ -68,45 +67,11 @@ std::vector<std::string> lines(const std::string& text) {
     return out;
 }
 
-class TraceCapture : public ::testing::Test {
+class TraceCapture : public ProcessChain {
 protected:
     void SetUp() override {
-        ProcessImage::removeStale();
         trace = dir.file("trace.pcapng");
-        pnio = std::make_unique<ChildProcess>(
-            PNIO_SIM_BIN, std::vector<std::string>{"--port", "0", "--no-status", "--trace", trace}, dir.path(),
-            dir.file("pnio.out"));
-        const std::regex listening(R"(listening on [0-9.]+:([0-9]+))");
-        std::smatch m;
-        ASSERT_TRUE(eventually(
-            [&] {
-                const std::string out = readFile(dir.file("pnio.out"));
-                if (!std::regex_search(out, m, listening)) return false;
-                port = m[1];
-                return true;
-            },
-            10000))
-            << readFile(dir.file("pnio.out"));
-    }
-
-    void start_server() {
-        server = std::make_unique<ChildProcess>(SRCI_SERVER_BIN, std::vector<std::string>{}, dir.path(),
-                                                dir.file("server.out"));
-        ASSERT_TRUE(eventually([&] { return plc({"status"}).code == 0; }, 40000)) << readFile(dir.file("server.out"));
-    }
-
-    Outcome plc(std::vector<std::string> args) {
-        args.insert(args.begin(), {"--port", port});
-        ChildProcess client(SRCI_PLC_BIN, args, dir.path(), dir.file("plc.out"));
-        Outcome run;
-        if (client.waitExit(120000)) run.code = client.exitCode();
-        run.out = readFile(dir.file("plc.out"));
-        return run;
-    }
-
-    Outcome script(const std::string& text) {
-        std::ofstream(dir.file("script.srci")) << text;
-        return plc({"run", dir.file("script.srci")});
+        startGateway({"--trace", trace});
     }
 
     // Ends the recording the hard way: a killed pnio-sim must still leave a readable file.
@@ -164,11 +129,7 @@ protected:
         return true;
     }
 
-    TempDir dir;
     std::string trace;
-    std::string port;
-    std::unique_ptr<ChildProcess> pnio;
-    std::unique_ptr<ChildProcess> server;
 };
 
 ::testing::AssertionResult any_contains(const std::vector<std::string>& rows, const std::string& want) {
@@ -180,7 +141,7 @@ protected:
 }
 
 TEST_F(TraceCapture, TheDemoTourDecodesWithEveryParameterItWasSent) {
-    start_server();
+    startServer();
     ASSERT_EQ(script("reset\nenable\nwrite-tool 1 0 0 100 0 0 0\nmove-axes 0 10 10 0 70 0 vel=40 acc=40 tool=1\n"
                      "move-linear 580 -60 546.24 180 0 0 tool=1 frame=0 vel=40 acc=40\nread-position\n"
                      "jog joint j1+ rot=5\ndisable\n")
@@ -214,7 +175,7 @@ TEST_F(TraceCapture, TheDemoTourDecodesWithEveryParameterItWasSent) {
 }
 
 TEST_F(TraceCapture, AMalformedTelegramBurstIsFlaggedNotCrashed) {
-    start_server();
+    startServer();
     const int fd = raw_connect();
     uint8_t answer[256];
     std::vector<uint8_t> junk(256);
@@ -233,7 +194,7 @@ TEST_F(TraceCapture, AMalformedTelegramBurstIsFlaggedNotCrashed) {
 }
 
 TEST_F(TraceCapture, AFragmentedCommandIsReassembled) {
-    start_server();
+    startServer();
     const int fd = raw_connect();
     uint8_t answer[256] = {};
     srci_plc::PlcTelegram t;
@@ -275,7 +236,7 @@ TEST_F(TraceCapture, AFragmentedCommandIsReassembled) {
 }
 
 TEST_F(TraceCapture, ALostLifesignShowsAsTelegramState165AndTheReset) {
-    start_server();
+    startServer();
     ASSERT_EQ(script("reset\nenable\n").code, 0);  // then the client is gone: the lifesign stops
     std::this_thread::sleep_for(std::chrono::seconds(3));
     ASSERT_EQ(plc({"status"}).code, 0);

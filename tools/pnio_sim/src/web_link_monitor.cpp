@@ -4,7 +4,7 @@
 
 #include "srci_plc/byte_order.hpp"
 #include "srci_plc/command_catalog.hpp"
-#include "srci_plc/plc_telegram_reader.hpp"
+#include "srci_plc/plc_telegram.hpp"
 #include "srci_plc/robot_telegram.hpp"
 
 namespace pnio_sim::web {
@@ -49,10 +49,10 @@ void LinkMonitor::exchange(const uint8_t* plc, const uint8_t* robot, size_t len,
     srci_plc::PlcTelegram p;
     // Clients differ on whether bytes 18-19 travel without the cyclic Cartesian position; the
     // layout that decodes cleanly is the one this client uses.
-    bool ok = srci_plc::read_plc_telegram(plc, len, tool_frame_always_, p, error);
+    bool ok = srci_plc::decode_plc_telegram(plc, len, tool_frame_always_, p, error);
     if (!ok) {
         std::string other_error;
-        if (srci_plc::read_plc_telegram(plc, len, !tool_frame_always_, p, other_error)) {
+        if (srci_plc::decode_plc_telegram(plc, len, !tool_frame_always_, p, other_error)) {
             tool_frame_always_ = !tool_frame_always_;
             ok = true;
         }

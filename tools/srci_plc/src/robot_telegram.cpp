@@ -1,6 +1,7 @@
 #include "srci_plc/robot_telegram.hpp"
 
 #include "srci_plc/byte_order.hpp"
+#include "srci_plc/telegram_sequence.hpp"
 
 namespace srci_plc {
 
@@ -77,34 +78,7 @@ bool decode_robot_telegram(const uint8_t* data, size_t len, uint16_t tn, RobotTe
         pos += size;
     }
 
-    t.ack = get_u16be(data + pos);
-    const size_t payload = get_u16be(data + pos + 2);
-    pos += kSequenceHeaderSize;
-    const size_t end = len - 1;  // footer
-    if (payload > end - pos) {
-        error = "sequence payload length " + std::to_string(payload) + " exceeds the telegram";
-        return false;
-    }
-    const size_t seq_end = pos + payload;
-    while (pos < seq_end) {
-        if (seq_end - pos < kFragmentHeaderSize) {
-            error = "truncated fragment header";
-            return false;
-        }
-        Fragment f;
-        f.cmd_id = get_u16be(data + pos);
-        f.action = data[pos + 3];
-        f.pointer = get_u16be(data + pos + 4);
-        const size_t n = get_u16be(data + pos + 6);
-        pos += kFragmentHeaderSize;
-        if (n > seq_end - pos) {
-            error = "fragment of CmdID " + std::to_string(f.cmd_id) + " exceeds the sequence";
-            return false;
-        }
-        f.data.assign(data + pos, data + pos + n);
-        pos += n;
-        t.fragments.push_back(std::move(f));
-    }
+    if (!decode_sequence(data, pos, len - 1, t.ack, t.fragments, error)) return false;
     out = std::move(t);
     return true;
 }

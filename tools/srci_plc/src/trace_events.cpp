@@ -4,7 +4,7 @@
 #include "srci_plc/command_catalog.hpp"
 #include "srci_plc/robot_telegram.hpp"
 #include "srci_plc/trace_format.hpp"
-#include "srci_plc/trace_plc_decode.hpp"
+#include "srci_plc/plc_telegram.hpp"
 #include "srci_plc/trace_udp.hpp"
 #include "srci_plc/wire_constants.hpp"
 
@@ -71,26 +71,28 @@ void TraceDecoder::forget_link() {
 }
 
 void TraceDecoder::plc_telegram(uint64_t t, const uint8_t* data, size_t size, std::vector<TraceEvent>& out) {
-    PlcTelegramView v;
+    PlcTelegram v;
     std::string error;
     if (!decode_plc_telegram(data, size, tool_frame_always_, v, error)) {
         malformed(t, "PLC telegram: " + error, out);
         return;
     }
-    if (v.lifesign != v.footer_lifesign) {
+    const uint8_t footer_lifesign = data[size - 1] & 0x0F;
+    if (v.lifesign != footer_lifesign) {
         malformed(t, "PLC telegram: header lifesign " + std::to_string(v.lifesign) + ", footer " +
-                         std::to_string(v.footer_lifesign) + " (torn telegram)", out);
+                         std::to_string(footer_lifesign) + " (torn telegram)", out);
         return;
     }
     flush_malformed(out);
     tn_rob_to_plc_ = v.tn_rob_to_plc;
-    if (v.control != control_) {
-        control_ = v.control;
+    const auto control = static_cast<uint8_t>(v.control);
+    if (control != control_) {
+        control_ = control;
         static const char* const kControl[] = {"NONE", "INITIALIZE", "RESUME", "RESET", "ACK_ERROR", "CLIENT_ERROR"};
         TraceEvent e;
         e.kind = TraceEventKind::Link;
         e.time_us = t;
-        e.text = std::string("PLC requests ") + (v.control < 6 ? kControl[v.control] : "control " + std::to_string(v.control));
+        e.text = std::string("PLC requests ") + (control < 6 ? kControl[control] : "control " + std::to_string(control));
         out.push_back(std::move(e));
     }
     if (last_seq_ == v.seq) return;  // a repeat: the robot has not acknowledged yet

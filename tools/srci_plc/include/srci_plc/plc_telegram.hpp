@@ -1,5 +1,6 @@
 #pragma once
 // PLC -> robot telegram: what the client puts on the wire every cycle.
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -45,5 +46,14 @@ size_t plc_sequence_capacity(const PlcTelegram& t);
 
 // Throws std::invalid_argument when the fragments do not fit.
 std::vector<uint8_t> encode_plc_telegram(const PlcTelegram& t);
+
+// The reverse, for tools that watch a link: any P->R layout with one sequence.
+size_t plc_block_size(unsigned bit);  // optional P->R cyclic data; 0 for reserved bits
+
+// ToolNo/FrameNo (bytes 18-19) are taken as present when the telegram requests the robot's cyclic
+// Cartesian position, or always with tool_frame_always (some clients send them regardless).
+// False with error set when the lengths do not add up. The footer lifesign is left to the caller.
+bool decode_plc_telegram(const uint8_t* data, size_t len, bool tool_frame_always, PlcTelegram& out,
+                         std::string& error);
 
 }  // namespace srci_plc

@@ -1,6 +1,6 @@
-#include "srci_plc/trace_plc_decode.hpp"
-
 #include "srci_plc/byte_order.hpp"
+#include "srci_plc/plc_telegram.hpp"
+#include "srci_plc/telegram_sequence.hpp"
 
 namespace srci_plc {
 
@@ -16,30 +16,37 @@ size_t plc_block_size(unsigned bit) {
     }
 }
 
-bool decode_plc_telegram(const uint8_t* data, size_t len, bool tool_frame_always, PlcTelegramView& out,
+bool decode_plc_telegram(const uint8_t* data, size_t len, bool tool_frame_always, PlcTelegram& out,
                          std::string& error) {
     constexpr size_t kHeader = 18;
     if (len < kHeader + kSequenceHeaderSize + 1) {
         error = "PLC telegram too short (" + std::to_string(len) + " bytes)";
         return false;
     }
-    PlcTelegramView t;
+    PlcTelegram t;
     t.version = data[0];
     t.fast_stop = data[1] >> 4;
     t.lifesign = data[1] & 0x0F;
-    t.footer_lifesign = data[len - 1] & 0x0F;
     t.length_plc_to_rob = get_u16be(data + 2);
     t.length_rob_to_plc = get_u16be(data + 4);
     t.axes_group = data[6] >> 4;
-    t.control = data[6] & 0x0F;
+    t.control = static_cast<Control>(data[6] & 0x0F);
     t.tn_plc_to_rob = get_u16be(data + 8);
     t.tn_rob_to_plc = get_u16be(data + 10);
+    t.client_date = get_u16be(data + 12);
+    t.client_time = get_u32be(data + 14);
     if (t.tn_plc_to_rob & telegram_number::kTwoSequences) {
         error = "two sequences are not decoded";
         return false;
     }
+    t.tool_frame_always = tool_frame_always;
     size_t pos = kHeader;
-    if (tool_frame_always || (t.tn_rob_to_plc & telegram_number::kCartesian)) pos += 2;
+    const size_t end = len - 1;  // footer
+    if (tool_frame_always || (t.tn_rob_to_plc & telegram_number::kCartesian)) {
+        t.tool_no = data[pos];
+        t.frame_no = data[pos + 1];
+        pos += 2;
+    }
     for (unsigned bit = 0; bit < 16; ++bit) {
         if (!(t.tn_plc_to_rob & (1u << bit))) continue;
         const size_t size = plc_block_size(bit);
@@ -49,38 +56,11 @@ bool decode_plc_telegram(const uint8_t* data, size_t len, bool tool_frame_always
         }
         pos += size;
     }
-    const size_t end = len - 1;  // footer
     if (pos + kSequenceHeaderSize > end) {
         error = "optional cyclic data leaves no room for the sequence";
         return false;
     }
-    t.seq = get_u16be(data + pos);
-    const size_t payload = get_u16be(data + pos + 2);
-    pos += kSequenceHeaderSize;
-    if (payload > end - pos) {
-        error = "sequence payload length " + std::to_string(payload) + " exceeds the telegram";
-        return false;
-    }
-    const size_t seq_end = pos + payload;
-    while (pos < seq_end) {
-        if (seq_end - pos < kFragmentHeaderSize) {
-            error = "truncated fragment header";
-            return false;
-        }
-        Fragment f;
-        f.cmd_id = get_u16be(data + pos);
-        f.action = data[pos + 3];
-        f.pointer = get_u16be(data + pos + 4);
-        const size_t n = get_u16be(data + pos + 6);
-        pos += kFragmentHeaderSize;
-        if (n > seq_end - pos) {
-            error = "fragment of CmdID " + std::to_string(f.cmd_id) + " exceeds the sequence";
-            return false;
-        }
-        f.data.assign(data + pos, data + pos + n);
-        pos += n;
-        t.fragments.push_back(std::move(f));
-    }
+    if (!decode_sequence(data, pos, end, t.seq, t.fragments, error)) return false;
     out = std::move(t);
     return true;
 }

@@ -1,0 +1,65 @@
+// A PLC client talking to the in-process adapter, shared by the suites that drive the robot
+// through real telegrams. Suites derive from PlcSession; their cases share one client.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <variant>
+
+#include "inprocess_adapter.h"
+#include "plc_command.h"
+
+namespace srci_test {
+
+using srci_plc::CommandResult;
+using srci_plc::ParamValues;
+using srci_plc::WaitFor;
+using srciport::SimArm;
+
+constexpr uint8_t kActive = 4, kInterrupted = 5, kDone = 10, kAborted = 14, kError = 15;
+
+inline double field(const srci_plc::CommandResult& r, const std::string& name) {
+    for (const auto& f : r.data)
+        if (f.name == name && std::holds_alternative<double>(f.value)) return std::get<double>(f.value);
+    ADD_FAILURE() << "no field " << name;
+    return 0;
+}
+
+inline SrciPortStat arm() {
+    SrciPortStat s;
+    SimArm::instance().snapshot(s);
+    return s;
+}
+
+class PlcSession : public ::testing::Test {
+protected:
+    // The adapter's start-up, then a connected client whose every cycle advances the arm by one.
+    static void SetUpTestSuite() {
+        InProcessAdapter::startUp();
+        transport = new InProcessAdapter();
+        srci_plc::ClientOptions options;
+        options.cycle_ms = 0;
+        options.lifesign_timeout_ms = 5000;
+        client = new srci_plc::Client(*transport, options);
+        client->connect();
+    }
+
+    // Runs cycles until the command shows `state` (or ends); returns the state it stopped at.
+    static int until(uint16_t id, uint8_t state) {
+        return client
+            ->wait_until(
+                id, [&](const srci_plc::AcrEntry& e) { return e.last.state == state || srci_plc::cmd_state::is_final(e.last.state); },
+                60000)
+            .header.state;
+    }
+
+    static void cycles(int n) {
+        for (int i = 0; i < n; ++i) client->cycle();
+    }
+
+    static inline InProcessAdapter* transport = nullptr;
+    static inline srci_plc::Client* client = nullptr;
+};
+
+}  // namespace srci_test
