@@ -1,0 +1,15 @@
+// The in-process adapter leaves threads running that the real process never stops either (the
+// detached power worker, the simulated arm, the log relay): srci_server ends only by a signal.
+// Returning from main would destroy the adapter's singletons under those threads, so the test
+// program ends the way the process does, without running static destructors.
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <cstdio>
+
+int main(int argc, char** argv) {
+    ::testing::InitGoogleTest(&argc, argv);
+    const int result = RUN_ALL_TESTS();
+    std::fflush(nullptr);
+    _exit(result);
+}
