@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # Short commands around CMake. `make test` and `make demo` work on a fresh
 # Debian 12 machine: missing packages are installed with apt-get first.
 

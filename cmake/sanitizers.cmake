@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 if(SRCI_SANITIZE)
   add_compile_options(-fsanitize=address,undefined -fno-omit-frame-pointer -fno-sanitize-recover=undefined)
   add_link_options(-fsanitize=address,undefined)

@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: Apache-2.0
 """Writes the seed corpora of the fuzz targets from the golden telegrams of tests/srl/test_golden.cpp
 and the INI files of fuzz/ini/corpus. Run from the repository root: python3 fuzz/make_corpus.py"""
 import os

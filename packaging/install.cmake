@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # What `cmake --install` puts where, and the Debian package built from it (`make package`).
 # Two components: "runtime" (programs, services, man pages, completion, licence) and
 # "development" (libraries, headers, CMake package config, pkg-config file).

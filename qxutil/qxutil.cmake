@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # Named shared-memory double buffer between log producers and the log server.
 add_library(qxutil STATIC
   ${CMAKE_CURRENT_LIST_DIR}/src/channel_name.cpp

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # Shared value types, error codes and the log convention of the adapter.
 add_library(srci_types STATIC
   ${CMAKE_CURRENT_LIST_DIR}/itf_rc/srci_types.cpp

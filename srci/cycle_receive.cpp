@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Fills recvBuff with the PLC's telegram while PROFINET runs, zeros otherwise, and reports
 // link changes once each.
 #include <cstring>

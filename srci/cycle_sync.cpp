@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Pushes the controller's live state into the interpreter before each interpreter call, picks
 // up tools and frames changed on the controller side, and advances the motion manager.
 #include <cstring>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Moves the interpreter's own diagnostics into this process's log, next to the adapter's.
 #include <unistd.h>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // srci_server: lets a PLC command the robot through SRCI. Started in its working directory with
 // no arguments; runs until killed.
 #include <pthread.h>

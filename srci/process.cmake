@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # The PLC link, the handlers and the srci_server process.
 add_library(srci_commu STATIC ${CMAKE_CURRENT_LIST_DIR}/itf_commu/commuitf.cpp)
 target_link_libraries(srci_commu PUBLIC srci_types)

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Start-up after the process image is attached, and one cycle of the adapter. The process's main
 // and the in-process tests both run exactly these, so the tests see what the process does.
 #include "runtime.h"

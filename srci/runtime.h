@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The adapter process's runtime core: start-up and the cycle, PLC receive preparation,
 // controller-state synchronisation into the interpreter, the interpreter's log relay and stage
 // timing.

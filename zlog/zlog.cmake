@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # Log client (used everywhere) and log server (hosted by the adapter).
 add_library(zlog STATIC
   ${CMAKE_CURRENT_LIST_DIR}/src/record_builder.cpp

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // cycle_bench: measures the running adapter's 4 ms main loop against a loop that only sleeps
 // 4 ms, both recorded by the preloaded cycle recorder in the same run. `make bench-cycle` runs it
 // in private namespaces; see the README's benchmark section for the parameters.
@@ -121,7 +122,8 @@ struct Stack {
         fs::remove_all(dir);
         fs::create_directories(dir + "/adapter");
         pnio = spawn({o.pnioSim, "--no-status", "--port", std::to_string(kPort)}, dir, dir + "/pnio-sim.out");
-        if (!waitForPort(kPort, 10000)) throw std::runtime_error("pnio-sim does not listen (see " + dir + "/pnio-sim.out)");
+        if (!waitForPort(kPort, 10000))
+            throw std::runtime_error("pnio-sim does not listen (see " + dir + "/pnio-sim.out)");
         server = spawn({o.server}, dir + "/adapter", dir + "/adapter/srci_server.out",
                        {std::string("LD_PRELOAD=") + CYCLE_RECORDER_PATH});
     }
@@ -144,7 +146,8 @@ std::unique_ptr<srci_plc::Client> connectClient(std::unique_ptr<srci_plc::TcpTra
             client->connect();
             return client;
         } catch (const std::exception& e) {
-            if (std::chrono::steady_clock::now() > end) throw std::runtime_error(std::string("no SRCI link: ") + e.what());
+            if (std::chrono::steady_clock::now() > end)
+                throw std::runtime_error(std::string("no SRCI link: ") + e.what());
             std::this_thread::sleep_for(std::chrono::milliseconds(500));
         }
     }
@@ -181,9 +184,15 @@ void runWrites(srci_plc::Client& c, double seconds) {
         const double v = k % 7;
         srci_plc::CommandResult r;
         switch (k % 3) {
-            case 0: r = c.execute(command("write-tool"), {{"tool", 1}, {"z", 100 + v}}, srci_plc::WaitFor::Final, 10000); break;
-            case 1: r = c.execute(command("write-frame"), {{"frame", 1}, {"x", 10 + v}}, srci_plc::WaitFor::Final, 10000); break;
-            default: r = c.execute(command("write-load"), {{"load", 1}, {"mass", 1 + v}}, srci_plc::WaitFor::Final, 10000); break;
+            case 0:
+                r = c.execute(command("write-tool"), {{"tool", 1}, {"z", 100 + v}}, srci_plc::WaitFor::Final, 10000);
+                break;
+            case 1:
+                r = c.execute(command("write-frame"), {{"frame", 1}, {"x", 10 + v}}, srci_plc::WaitFor::Final, 10000);
+                break;
+            default:
+                r = c.execute(command("write-load"), {{"load", 1}, {"mass", 1 + v}}, srci_plc::WaitFor::Final, 10000);
+                break;
         }
         if (!r.ok()) throw std::runtime_error("a write failed during the writes scenario");
     }
@@ -228,7 +237,8 @@ std::vector<ThreadCpu> cpuShare(const std::string& process, pid_t pid, const std
     std::vector<ThreadCpu> out;
     for (const auto& [key, end] : b) {
         const auto it = a.find(key);
-        out.push_back({process, threadLabel(pid, key, logsvr), 100.0 * (end - (it == a.end() ? 0 : it->second)) / seconds});
+        out.push_back(
+            {process, threadLabel(pid, key, logsvr), 100.0 * (end - (it == a.end() ? 0 : it->second)) / seconds});
     }
     return out;
 }
@@ -266,7 +276,8 @@ ScaleRow runScaleStep(const Options& o, int n, const std::string& self) {
         const std::string dir = root + "/stack" + std::to_string(i);
         fs::create_directories(dir);
         stacks.push_back(spawn({"unshare", "--ipc", "--net", "--mount", "--fork", "--kill-child", "--", "/bin/sh", "-c",
-                                "ip link set lo up && mount -t tmpfs tmpfs /dev/shm && exec \"$0\" stack --dir \"$1\" --seconds \"$2\" --server \"$3\" --pnio-sim \"$4\"",
+                                "ip link set lo up && mount -t tmpfs tmpfs /dev/shm && exec \"$0\" stack --dir \"$1\" "
+                                "--seconds \"$2\" --server \"$3\" --pnio-sim \"$4\"",
                                 self, dir + "/run", seconds, o.server, o.pnioSim},
                                dir, dir + "/stack.out"));
     }
@@ -321,7 +332,8 @@ int runAll(const Options& o, const std::string& self) {
         const double took = static_cast<double>(rep.phases.back().toNs - from) / 1e9;
         rep.cpu = cpuShare("srci_server", s.server, srvA, threadCpuSeconds(s.server), took);
         for (auto& x : cpuShare("pnio-sim", s.pnio, pnioA, threadCpuSeconds(s.pnio), took)) rep.cpu.push_back(x);
-        rep.cpu.push_back({"PLC client", "holding the link (library, 4 ms)", 100.0 * (ownThreadCpuSeconds() - clientA) / took});
+        rep.cpu.push_back(
+            {"PLC client", "holding the link (library, 4 ms)", 100.0 * (ownThreadCpuSeconds() - clientA) / took});
         rep.cpuSeconds = took;
 
         progress("(b) back-to-back moves", o.phaseSeconds);

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Layout of the file the cycle recorder fills: a header, then one record per 4 ms sleep of the
 // recorded process's main thread. The file is a shared mapping, so it stays complete when the
 // process is killed (the adapter has no orderly shutdown).
@@ -25,7 +26,7 @@ struct CycleRecord {
     uint64_t sleepEndNs;    // ... and when it returned
     uint32_t fsyncs;        // fsync/fdatasync calls of the main thread in the work after it
     uint32_t fsyncUs;
-    uint32_t otherSleeps;   // other sleeps of the main thread (pauses, waits)
+    uint32_t otherSleeps;  // other sleeps of the main thread (pauses, waits)
     uint32_t otherSleepUs;
 };
 

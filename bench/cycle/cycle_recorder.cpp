@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // LD_PRELOAD recorder of a process's main loop. It interposes usleep, nanosleep-based waits are
 // not touched, and fsync/fdatasync: every usleep(4000) of the main thread opens a record in
 // ./cycle-rec.bin; the fsyncs and other usleeps of the main thread until the next one are counted

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "cycle_report.h"
 
 #include <sys/utsname.h>
@@ -44,7 +45,8 @@ void writeHistogram(const std::string& dir, const Phase& p, const WindowStats& a
     const std::string data = dir + "/cycle-" + p.key + ".dat";
     std::ofstream out(data);
     for (int i = 0; i < bins; ++i)
-        out << (kLo + (i + 0.5) * kBin) / 1000.0 << " " << ca[static_cast<size_t>(i)] << " " << cb[static_cast<size_t>(i)] << "\n";
+        out << (kLo + (i + 0.5) * kBin) / 1000.0 << " " << ca[static_cast<size_t>(i)] << " "
+            << cb[static_cast<size_t>(i)] << "\n";
     out.close();
     const std::string script = dir + "/cycle-" + p.key + ".gp";
     std::ofstream gp(script);
@@ -52,7 +54,8 @@ void writeHistogram(const std::string& dir, const Phase& p, const WindowStats& a
        << "set output '" << dir << "/cycle-" << p.key << ".png'\n"
        << "set title 'Period deviation from 4 ms: " << p.title << "'\n"
        << "set xlabel 'deviation [ms] (last bin: 5 ms and more)'\nset ylabel 'cycles'\n"
-       << "set logscale y\nset yrange [0.8:*]\nset xrange [-0.6:5.1]\nset style fill transparent solid 0.5\nset boxwidth 0.05\n"
+       << "set logscale y\nset yrange [0.8:*]\nset xrange [-0.6:5.1]\nset style fill transparent solid 0.5\nset "
+          "boxwidth 0.05\n"
        << "plot '" << data << "' using 1:($2>0?$2:1/0) with boxes title 'srci_server', '" << data
        << "' using 1:($3>0?$3:1/0) with boxes title 'usleep(4000) loop'\n";
     gp.close();
@@ -68,12 +71,13 @@ void writeTargets(std::ofstream& md, const Report& r, const std::vector<WindowSt
     for (size_t i = 0; i < r.phases.size(); ++i) {
         if (r.phases[i].key != "b" || bs[i].deviation.p99 <= 0) continue;
         const double ratio = as[i].deviation.p99 / bs[i].deviation.p99;
-        md << "| moves: p99 deviation <= 1.2 x loop's | " << fmt(ratio, 2) << " x | " << verdict(ratio <= 1.2) << " |\n";
+        md << "| moves: p99 deviation <= 1.2 x loop's | " << fmt(ratio, 2) << " x | " << verdict(ratio <= 1.2)
+           << " |\n";
     }
     for (size_t i = 0; i < r.phases.size(); ++i) {
         if (r.phases[i].key != "a") continue;
-        md << "| idle cycle work p99 <= 60 us, p99.9 <= 150 us | " << fmt(as[i].work.p99) << " / " << fmt(as[i].work.p999)
-           << " us | " << verdict(as[i].work.p99 <= 60 && as[i].work.p999 <= 150) << " |\n";
+        md << "| idle cycle work p99 <= 60 us, p99.9 <= 150 us | " << fmt(as[i].work.p99) << " / "
+           << fmt(as[i].work.p999) << " us | " << verdict(as[i].work.p99 <= 60 && as[i].work.p999 <= 150) << " |\n";
     }
     if (!r.latencyMs.empty()) {
         const Quantiles q = quantiles(r.latencyMs);
@@ -89,7 +93,8 @@ void writeTargets(std::ofstream& md, const Report& r, const std::vector<WindowSt
     for (const ScaleRow& s : r.scale) {
         if (s.stacks != 48 || s.p99s.empty()) continue;
         const double worst = *std::max_element(s.p99s.begin(), s.p99s.end());
-        md << "| 48 stacks, every p99 < 1 ms | " << fmt(worst) << " us | " << verdict(worst < 1000 && s.failed == 0) << " |\n";
+        md << "| 48 stacks, every p99 < 1 ms | " << fmt(worst) << " us | " << verdict(worst < 1000 && s.failed == 0)
+           << " |\n";
     }
 }
 
@@ -101,8 +106,9 @@ std::string machineDescription() {
     char when[64];
     const std::time_t now = std::time(nullptr);
     std::strftime(when, sizeof when, "%Y-%m-%d %H:%M UTC", std::gmtime(&now));
-    return std::string(when) + ", " + u.sysname + " " + u.release + ", " + std::to_string(sysconf(_SC_NPROCESSORS_ONLN)) +
-           " cores, load average at start " + firstLine("/proc/loadavg");
+    return std::string(when) + ", " + u.sysname + " " + u.release + ", " +
+           std::to_string(sysconf(_SC_NPROCESSORS_ONLN)) + " cores, load average at start " +
+           firstLine("/proc/loadavg");
 }
 
 void writeReport(const Report& r, const std::string& dir) {
@@ -129,7 +135,8 @@ void writeReport(const Report& r, const std::string& dir) {
            << quantRow(bs[i].deviation) << " | " << fmt(ratio, 2) << " |\n";
     }
     md << "\n## Cycle work of the adapter [us]\n\n| scenario | median | p99 | p99.9 | max |\n|---|---|---|---|---|\n";
-    for (size_t i = 0; i < r.phases.size(); ++i) md << "| " << r.phases[i].title << " | " << quantRow(as[i].work) << " |\n";
+    for (size_t i = 0; i < r.phases.size(); ++i)
+        md << "| " << r.phases[i].title << " | " << quantRow(as[i].work) << " |\n";
 
     md << "\n## Slow cycles\n\n| scenario | adapter > 1 ms | > 4 ms | loop > 1 ms | > 4 ms |\n|---|---|---|---|---|\n";
     for (size_t i = 0; i < r.phases.size(); ++i)
@@ -140,8 +147,8 @@ void writeReport(const Report& r, const std::string& dir) {
         if (as[i].slowest.empty()) continue;
         md << "- " << r.phases[i].title << ":\n";
         for (const SlowCycle& s : as[i].slowest)
-            md << "  - +" << fmt(s.deviationUs / 1000.0, 2) << " ms at " << fmt(static_cast<double>(s.atNs - r.phases[i].fromNs) / 1e9, 1)
-               << " s: " << s.what() << "\n";
+            md << "  - +" << fmt(s.deviationUs / 1000.0, 2) << " ms at "
+               << fmt(static_cast<double>(s.atNs - r.phases[i].fromNs) / 1e9, 1) << " s: " << s.what() << "\n";
     }
 
     md << "\n## Telegram -> IsMoving, 1 ms client, no tool or frame change\n\n";
@@ -153,7 +160,8 @@ void writeReport(const Report& r, const std::string& dir) {
            << fmt(q.p99, 1) << " ms | " << fmt(q.max, 1) << " ms |\n";
     }
 
-    md << "\n## CPU per thread, idle stack over " << fmt(r.cpuSeconds) << " s\n\n| process | thread | % of one core |\n|---|---|---|\n";
+    md << "\n## CPU per thread, idle stack over " << fmt(r.cpuSeconds)
+       << " s\n\n| process | thread | % of one core |\n|---|---|---|\n";
     std::map<std::string, double> total;
     for (const ThreadCpu& t : r.cpu) {
         md << "| " << t.process << " | " << t.thread << " | " << fmt(t.percent, 2) << " |\n";
@@ -162,8 +170,8 @@ void writeReport(const Report& r, const std::string& dir) {
     for (const auto& [p, v] : total) md << "| **" << p << "** | all | **" << fmt(v, 2) << "** |\n";
     md << "\n(/proc counts in clock ticks of 10 ms: over 60 s one tick is 0.017 %.)\n";
 
-    md << "\n## Memory of srci_server\n\nRSS (without the recorder's own mapping) after start " << r.rssStartKiB << " KiB; after " << fmt(r.rssMinutes, 1)
-       << " min " << r.rssEndKiB << " KiB.\n";
+    md << "\n## Memory of srci_server\n\nRSS (without the recorder's own mapping) after start " << r.rssStartKiB
+       << " KiB; after " << fmt(r.rssMinutes, 1) << " min " << r.rssEndKiB << " KiB.\n";
 
     md << "\n## Scale: idle stacks side by side, each in its own namespaces\n\n";
     if (!r.scaleNote.empty()) md << r.scaleNote << "\n";
@@ -174,7 +182,8 @@ void writeReport(const Report& r, const std::string& dir) {
             std::vector<double> v = s.p99s;
             std::sort(v.begin(), v.end());
             md << "| " << s.stacks << " | " << (v.empty() ? "-" : fmt(v.back())) << " | "
-               << (v.empty() ? "-" : fmt(v[v.size() / 2])) << " | " << fmt(s.baselineP99) << " | " << s.failed << " |\n";
+               << (v.empty() ? "-" : fmt(v[v.size() / 2])) << " | " << fmt(s.baselineP99) << " | " << s.failed
+               << " |\n";
         }
     }
     writeTargets(md, r, as, bs);

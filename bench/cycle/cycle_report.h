@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The Markdown report and the histograms of one bench run.
 #pragma once
 

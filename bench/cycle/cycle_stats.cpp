@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "cycle_stats.h"
 
 #include <time.h>
@@ -31,7 +32,9 @@ Quantiles quantiles(std::vector<double> v) {
     q.n = v.size();
     if (v.empty()) return q;
     std::sort(v.begin(), v.end());
-    const auto at = [&](double f) { return v[std::min(v.size() - 1, static_cast<size_t>(std::floor(f * (v.size() - 1) + 0.5)))]; };
+    const auto at = [&](double f) {
+        return v[std::min(v.size() - 1, static_cast<size_t>(std::floor(f * (v.size() - 1) + 0.5)))];
+    };
     q.median = at(0.5);
     q.p99 = at(0.99);
     q.p999 = at(0.999);
@@ -71,7 +74,8 @@ WindowStats windowStats(const std::vector<CycleRecord>& r, uint64_t fromNs, uint
     }
     s.deviation = quantiles(s.deviations);
     s.work = quantiles(work);
-    std::sort(slow.begin(), slow.end(), [](const SlowCycle& a, const SlowCycle& b) { return a.deviationUs > b.deviationUs; });
+    std::sort(slow.begin(), slow.end(),
+              [](const SlowCycle& a, const SlowCycle& b) { return a.deviationUs > b.deviationUs; });
     if (slow.size() > 5) slow.resize(5);
     s.slowest = std::move(slow);
     return s;

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Reading recorder files and turning a time window of them into the figures of the report.
 #pragma once
 

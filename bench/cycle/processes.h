@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Starting, watching and stopping the processes of a bench stack, and what /proc says about them.
 #pragma once
 

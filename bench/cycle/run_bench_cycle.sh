@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: Apache-2.0
 # Runs cycle_bench in private IPC, network and mount namespaces (loopback up, private /dev/shm),
 # so the fixed process-image keys, pnio-sim's port and the log channels never meet another run.
 # Usage: run_bench_cycle.sh BUILD_DIR [cycle_bench run options]

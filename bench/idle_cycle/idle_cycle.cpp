@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Runs the adapter's cycle in this process against a PLC client holding an idle link, for an
 // instruction count per idle cycle that does not depend on the machine's load:
 //   valgrind --tool=callgrind --toggle-collect='runCycle*' idle_cycle 2000

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Cost of one key write and one typed read on a parameter file shaped like
 // srci.ini (tool sections with nine keys each). Every write syncs the file, so the
 // figures are given on the disk of the working directory and on tmpfs, where the
@@ -13,22 +14,18 @@
 
 namespace {
 
-constexpr const char* toolKeys[] = {"x",  "y",  "z",      "rx",     "ry",
-                                    "rz", "fixTCP", "loadId", "physicalToolId"};
+constexpr const char* toolKeys[] = {"x", "y", "z", "rx", "ry", "rz", "fixTCP", "loadId", "physicalToolId"};
 
 class ParameterFile {
 public:
-    ParameterFile(const std::string& base, int sections)
-    {
+    ParameterFile(const std::string& base, int sections) {
         std::string pattern = base + "/bench-ini-XXXXXX";
-        if (::mkdtemp(pattern.data()) == nullptr)
-            std::abort();
+        if (::mkdtemp(pattern.data()) == nullptr) std::abort();
         dir_ = pattern;
         ini_.emplace(dir_ + "/srci.ini");
         for (int s = 1; s <= sections; ++s) {
             const std::string section = "tool" + std::to_string(s);
-            for (const char* key : toolKeys)
-                ini_->put(section, key, 1.0);
+            for (const char* key : toolKeys) ini_->put(section, key, 1.0);
         }
     }
     ~ParameterFile() { std::filesystem::remove_all(dir_); }
@@ -40,60 +37,47 @@ private:
     std::optional<INI> ini_;
 };
 
-std::string baseDir(int onTmpfs)
-{
-    if (onTmpfs != 0 && std::filesystem::is_directory("/dev/shm"))
-        return "/dev/shm";
+std::string baseDir(int onTmpfs) {
+    if (onTmpfs != 0 && std::filesystem::is_directory("/dev/shm")) return "/dev/shm";
     return std::filesystem::current_path().string();
 }
 
-std::string middleSection(int sections)
-{
-    return "tool" + std::to_string((sections + 1) / 2);
-}
+std::string middleSection(int sections) { return "tool" + std::to_string((sections + 1) / 2); }
 
 // 1.000000 <-> 2.000000: the key line keeps its length and is overwritten in place.
-void putSameLength(benchmark::State& state)
-{
+void putSameLength(benchmark::State& state) {
     ParameterFile file(baseDir(static_cast<int>(state.range(1))), static_cast<int>(state.range(0)));
     const std::string section = middleSection(static_cast<int>(state.range(0)));
     double value = 1.0;
     for (auto _ : state) {
         value = value == 1.0 ? 2.0 : 1.0;
-        if (!file.ini().put(section, "rx", value))
-            state.SkipWithError("write failed");
+        if (!file.ini().put(section, "rx", value)) state.SkipWithError("write failed");
     }
 }
 
 // 1.000000 <-> 10.000000: the length changes, so the file is copied through srci.in~.
-void putChangingLength(benchmark::State& state)
-{
+void putChangingLength(benchmark::State& state) {
     ParameterFile file(baseDir(static_cast<int>(state.range(1))), static_cast<int>(state.range(0)));
     const std::string section = middleSection(static_cast<int>(state.range(0)));
     double value = 1.0;
     for (auto _ : state) {
         value = value == 1.0 ? 10.0 : 1.0;
-        if (!file.ini().put(section, "rx", value))
-            state.SkipWithError("write failed");
+        if (!file.ini().put(section, "rx", value)) state.SkipWithError("write failed");
     }
 }
 
-void getDouble(benchmark::State& state)
-{
+void getDouble(benchmark::State& state) {
     ParameterFile file(baseDir(static_cast<int>(state.range(1))), static_cast<int>(state.range(0)));
     const std::string section = middleSection(static_cast<int>(state.range(0)));
-    for (auto _ : state)
-        benchmark::DoNotOptimize(file.ini().getDouble(section, "physicalToolId"));
+    for (auto _ : state) benchmark::DoNotOptimize(file.ini().getDouble(section, "physicalToolId"));
 }
 
 // {sections, on tmpfs}: 16 sections as asked of the store's tool table, 47 as a
 // complete srci.ini has (tools, frames, loads and the two dynamics sections).
-void sizes(benchmark::internal::Benchmark* b)
-{
+void sizes(benchmark::internal::Benchmark* b) {
     b->ArgNames({"sections", "tmpfs"});
     for (int sections : {16, 47})
-        for (int tmpfs : {0, 1})
-            b->Args({sections, tmpfs});
+        for (int tmpfs : {0, 1}) b->Args({sections, tmpfs});
     b->Unit(benchmark::kMicrosecond);
 }
 

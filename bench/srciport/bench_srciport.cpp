@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Status poll, forward and inverse kinematics per call; with KDL installed, its numerical IK
 // (Levenberg-Marquardt) on the same chain and poses as a reference.
 #include "srciport/euler.h"
@@ -124,15 +125,14 @@ KDL::Chain kdlChain(const Kinematics& k) {
     KDL::Chain chain;
     for (const DhRow& r : k.table())
         chain.addSegment(KDL::Segment(KDL::Joint(KDL::Joint::RotZ),
-                                      KDL::Frame::DH(r.a / 1000.0, deg2rad(r.alpha), r.d / 1000.0,
-                                                     deg2rad(r.offset))));
+                                      KDL::Frame::DH(r.a / 1000.0, deg2rad(r.alpha), r.d / 1000.0, deg2rad(r.offset))));
     return chain;
 }
 
 KDL::Frame toKdl(const Transform& t) {
     const Mat3& m = t.rot;
-    return KDL::Frame(KDL::Rotation(m.m[0][0], m.m[0][1], m.m[0][2], m.m[1][0], m.m[1][1], m.m[1][2],
-                                    m.m[2][0], m.m[2][1], m.m[2][2]),
+    return KDL::Frame(KDL::Rotation(m.m[0][0], m.m[0][1], m.m[0][2], m.m[1][0], m.m[1][1], m.m[1][2], m.m[2][0],
+                                    m.m[2][1], m.m[2][2]),
                       KDL::Vector(t.pos.x / 1000.0, t.pos.y / 1000.0, t.pos.z / 1000.0));
 }
 
@@ -186,10 +186,10 @@ void sideBySide() {
     auto t2 = clock::now();
     const double ours = std::chrono::duration<double, std::nano>(t1 - t0).count() / (reps * s.size());
     const double kdl = std::chrono::duration<double, std::nano>(t2 - t1).count() / (2 * s.size());
-    std::printf("IK side by side on %zu poses: closed form %.0f ns/call (%.1f %% solved), "
-                "KDL LMA %.0f ns/call incl. check (%.1f %% converged to the pose), ratio %.0fx\n",
-                s.size(), ours, 100.0 * okOurs / (reps * s.size()), kdl,
-                100.0 * okKdl / (2 * s.size()), kdl / ours);
+    std::printf(
+        "IK side by side on %zu poses: closed form %.0f ns/call (%.1f %% solved), "
+        "KDL LMA %.0f ns/call incl. check (%.1f %% converged to the pose), ratio %.0fx\n",
+        s.size(), ours, 100.0 * okOurs / (reps * s.size()), kdl, 100.0 * okKdl / (2 * s.size()), kdl / ours);
     // A numerical solver depends on its start; the closed form only uses the seed for turns.
     const Joints home = {0, 0, 0, 0, 90, 0};
     size_t okHome = 0;

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Cost of one srl_interpreter call on a running connection: an idle telegram, and a telegram
 // that carries a new MoveAxesAbsolute (with the adapter's Done report for the previous one).
 #include <benchmark/benchmark.h>

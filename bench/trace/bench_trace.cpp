@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What --trace adds to the gateway: a full lockstep round trip (client send, gateway copy through
 // the process image, answer) without and with the recorder tapped in, and the recorder's own cost
 // on the gateway thread (on_exchange alone). The process image uses private keys, so this runs

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Cost of logging on the caller's side: a do_log call that the filter rejects, one that
 // is formatted and written, and a bare channel write (accepted, and refused when full).
 // Single-threaded cases empty the channel themselves with the clock stopped, so every
@@ -32,11 +33,8 @@ public:
                       usleep(200);
                   }
               }
-          })
-    {
-    }
-    ~BackgroundDrain()
-    {
+          }) {}
+    ~BackgroundDrain() {
         stop_ = true;
         thread_.join();
     }
@@ -46,13 +44,11 @@ private:
     std::thread thread_;
 };
 
-void reportDrops(benchmark::State& state, uint64_t before, uint64_t after)
-{
+void reportDrops(benchmark::State& state, uint64_t before, uint64_t after) {
     state.counters["dropped"] = static_cast<double>(after - before);
 }
 
-void BM_DoLogFilteredOut(benchmark::State& state)
-{
+void BM_DoLogFilteredOut(benchmark::State& state) {
     auto* log = zlog::ZLogClient::get();
     log->set_lv_filter(zlog::ZLogLvInfo);
     const std::string text = "\nfiltered debug line\n";
@@ -65,12 +61,11 @@ BENCHMARK(BM_DoLogFilteredOut)->ThreadRange(1, 2);
 // Empties a channel every `every` calls, with the clock stopped.
 class InlineDrain {
 public:
-    InlineDrain(const char* channel, int64_t every) : reader_(channel), every_(every), buf_(qxutil::DUAL_BUFF_MAX_SIZE)
-    {
+    InlineDrain(const char* channel, int64_t every)
+        : reader_(channel), every_(every), buf_(qxutil::DUAL_BUFF_MAX_SIZE) {
         drainAll();  // leftovers of an earlier run would fill the half early
     }
-    void tick(benchmark::State& state)
-    {
+    void tick(benchmark::State& state) {
         if (++count_ % every_ == 0) {
             state.PauseTiming();
             drainAll();
@@ -79,8 +74,7 @@ public:
     }
 
 private:
-    void drainAll()
-    {
+    void drainAll() {
         while (reader_.read(buf_.data()) > 0) {
         }
     }
@@ -93,8 +87,7 @@ private:
 // A record is about 130 bytes; 4096 of them fit comfortably in one half.
 constexpr int64_t RECORDS_PER_DRAIN = 4096;
 
-void BM_DoLogWritten(benchmark::State& state)
-{
+void BM_DoLogWritten(benchmark::State& state) {
     auto* log = zlog::ZLogClient::get();
     log->set_lv_filter(zlog::ZLogLvTrace);
     InlineDrain drain(zlog::ZLOG_SYS_CHANNEL, RECORDS_PER_DRAIN);
@@ -108,8 +101,7 @@ void BM_DoLogWritten(benchmark::State& state)
 }
 BENCHMARK(BM_DoLogWritten);
 
-void BM_DoLogPrintfWritten(benchmark::State& state)
-{
+void BM_DoLogPrintfWritten(benchmark::State& state) {
     auto* log = zlog::ZLogClient::get();
     log->set_lv_filter(zlog::ZLogLvTrace);
     InlineDrain drain(zlog::ZLOG_SYS_CHANNEL, RECORDS_PER_DRAIN);
@@ -124,8 +116,7 @@ void BM_DoLogPrintfWritten(benchmark::State& state)
 BENCHMARK(BM_DoLogPrintfWritten);
 
 // Errors go to two channels.
-void BM_DoLogErrorWritten(benchmark::State& state)
-{
+void BM_DoLogErrorWritten(benchmark::State& state) {
     auto* log = zlog::ZLogClient::get();
     log->set_lv_filter(zlog::ZLogLvTrace);
     InlineDrain sysDrain(zlog::ZLOG_SYS_CHANNEL, RECORDS_PER_DRAIN);
@@ -141,8 +132,7 @@ void BM_DoLogErrorWritten(benchmark::State& state)
 }
 BENCHMARK(BM_DoLogErrorWritten);
 
-void BM_DualBuffWriterWrite(benchmark::State& state)
-{
+void BM_DualBuffWriterWrite(benchmark::State& state) {
     qxutil::DualBuffWriter writer(BENCH_CHANNEL);
     const std::string record(static_cast<size_t>(state.range(0)), 'r');
     InlineDrain drain(BENCH_CHANNEL, static_cast<int64_t>(qxutil::DUAL_BUFF_MAX_SIZE) / state.range(0));
@@ -155,8 +145,7 @@ void BM_DualBuffWriterWrite(benchmark::State& state)
 }
 BENCHMARK(BM_DualBuffWriterWrite)->Arg(64)->Arg(256)->Arg(4096);
 
-void BM_DualBuffWriterRefused(benchmark::State& state)
-{
+void BM_DualBuffWriterRefused(benchmark::State& state) {
     qxutil::DualBuffWriter writer(BENCH_CHANNEL);
     const std::string filler(qxutil::DUAL_BUFF_MAX_SIZE, 'f');
     while (writer.write(filler.data(), filler.size()) == 0) {
@@ -171,8 +160,7 @@ void BM_DualBuffWriterRefused(benchmark::State& state)
 }
 BENCHMARK(BM_DualBuffWriterRefused);
 
-void BM_DualBuffWriterContended(benchmark::State& state)
-{
+void BM_DualBuffWriterContended(benchmark::State& state) {
     static qxutil::DualBuffWriter writer(BENCH_CHANNEL);
     const std::string record(static_cast<size_t>(state.range(0)), 'r');
     uint64_t before = writer.dropped();
@@ -189,8 +177,7 @@ BENCHMARK(BM_DualBuffWriterContended)->Arg(128)->Threads(2)->Setup(startBackgrou
 
 }  // namespace
 
-int main(int argc, char** argv)
-{
+int main(int argc, char** argv) {
     // A private scope: benchmarking must not flood a log server running on this machine.
     qxutil::setShmScope("bench_zlog." + std::to_string(getpid()));
     benchmark::Initialize(&argc, argv);

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Input: records of one control byte and one 256-byte PLC telegram. Each telegram goes through
 // the adapter's cycle (controller-state update, interpreter, real handlers) and the simulated arm
 // advances one 4 ms cycle per exchange. Control byte: bits 0-2 repeat the telegram 2^n times
@@ -28,17 +29,38 @@ srciport::SimArm& arm() { return srciport::SimArm::instance(); }
 
 void fault(uint8_t which) {
     switch (which) {
-        case 1: arm().setPStop(true); break;
-        case 2: arm().setPStop(false); break;
-        case 3: arm().setEStop(true); break;
-        case 4: arm().setEStop(false); break;
-        case 5: arm().injectError(0xF0017); break;
-        case 6: arm().injectError(0); break;
-        case 7: arm().setAppConnected(true); break;
-        case 8: arm().setAppConnected(false); break;
-        case 9: arm().setProfinetState(0); break;
-        case 10: arm().setProfinetState(SRCIPORT_PROFINET_RUNNING); break;
-        default: break;
+        case 1:
+            arm().setPStop(true);
+            break;
+        case 2:
+            arm().setPStop(false);
+            break;
+        case 3:
+            arm().setEStop(true);
+            break;
+        case 4:
+            arm().setEStop(false);
+            break;
+        case 5:
+            arm().injectError(0xF0017);
+            break;
+        case 6:
+            arm().injectError(0);
+            break;
+        case 7:
+            arm().setAppConnected(true);
+            break;
+        case 8:
+            arm().setAppConnected(false);
+            break;
+        case 9:
+            arm().setProfinetState(0);
+            break;
+        case 10:
+            arm().setProfinetState(SRCIPORT_PROFINET_RUNNING);
+            break;
+        default:
+            break;
     }
 }
 

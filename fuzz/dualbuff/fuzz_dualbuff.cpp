@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Input: a flags byte, then bytes laid over the segment header's plain fields (state, magic,
 // version, sizes, active half, fill levels) in that order, then bytes for the start of each half.
 // The mutexes are left alone: a process that can scribble over them can do anything anyway.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Input: a byte stream cut into writes: one length byte (0 ends the connection early), then that
 // many bytes. One connection per input to a gateway that keeps running across inputs, so a client
 // that vanishes mid-telegram is followed by the next one. Whatever arrives, the gateway answers

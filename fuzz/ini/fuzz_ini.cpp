@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Feeds arbitrary bytes to every INI reader as a file, then makes a few writes and
 // checks that each accepted write reads back.
 #include <cerrno>
@@ -26,8 +27,7 @@ constexpr int kKeysRead = 2;
 // a few hundred inputs a second.
 class MemoryStorage : public IniStorage {
 public:
-    srci::ini_detail::FileHandle openForReading(const char* path) override
-    {
+    srci::ini_detail::FileHandle openForReading(const char* path) override {
         const auto file = files_.find(path);
         if (file == files_.end()) {
             errno = ENOENT;
@@ -35,13 +35,11 @@ public:
         }
         return srci::ini_detail::FileHandle(::fmemopen(file->second.data(), file->second.size(), "rb"));
     }
-    bool replace(const char* path, std::string_view content) override
-    {
+    bool replace(const char* path, std::string_view content) override {
         files_[path] = std::string(content);
         return true;
     }
-    void put(const std::string& path, const std::uint8_t* data, std::size_t size)
-    {
+    void put(const std::string& path, const std::uint8_t* data, std::size_t size) {
         files_[path].assign(reinterpret_cast<const char*>(data), size);
     }
 
@@ -49,41 +47,34 @@ private:
     std::map<std::string, std::string> files_;
 };
 
-MemoryStorage& storage()
-{
+MemoryStorage& storage() {
     static MemoryStorage memory;
     static const bool installed = (setIniStorage(&memory), true);
     (void)installed;
     return memory;
 }
 
-void expect(bool condition)
-{
-    if (!condition)
-        __builtin_trap();
+void expect(bool condition) {
+    if (!condition) __builtin_trap();
 }
 
-std::vector<std::string> someSections(const minIni& ini)
-{
+std::vector<std::string> someSections(const minIni& ini) {
     std::vector<std::string> sections = {"", "tool1"};
     for (int i = 0; i < kSectionsRead; ++i) {
         std::string name = ini.getsection(i);
-        if (name.empty())
-            break;
+        if (name.empty()) break;
         sections.push_back(std::move(name));
     }
     return sections;
 }
 
-void readEverything(const std::string& path, const std::vector<std::string>& sections)
-{
+void readEverything(const std::string& path, const std::vector<std::string>& sections) {
     const minIni ini(path);
     const INI typed(path);
     for (const std::string& section : sections) {
         for (int k = 0; k < kKeysRead; ++k) {
             const std::string key = ini.getkey(section, k);
-            if (key.empty())
-                break;
+            if (key.empty()) break;
             // The key was found, so the typed getters (which run the plain ones)
             // must not throw: an escaping int ends the run as a finding.
             (void)typed.getDouble(section, key);
@@ -103,24 +94,20 @@ void readEverything(const std::string& path, const std::vector<std::string>& sec
     ini_browse(countUpTo4096, &keys, path.c_str());
 }
 
-std::string lowered(std::string text)
-{
-    for (char& c : text)
-        c = (c >= 'A' && c <= 'Z') ? static_cast<char>(c - 'A' + 'a') : c;
+std::string lowered(std::string text) {
+    for (char& c : text) c = (c >= 'A' && c <= 'Z') ? static_cast<char>(c - 'A' + 'a') : c;
     return text;
 }
 
 // What reads return for the first keys of the given sections, by case-blind name.
 using Snapshot = std::map<std::pair<std::string, std::string>, std::string>;
 
-Snapshot snapshot(const minIni& ini, const std::vector<std::string>& sections)
-{
+Snapshot snapshot(const minIni& ini, const std::vector<std::string>& sections) {
     Snapshot values;
     for (const std::string& section : sections) {
         for (int k = 0; k < kKeysRead; ++k) {
             const std::string key = ini.getkey(section, k);
-            if (key.empty())
-                break;
+            if (key.empty()) break;
             values[{lowered(section), lowered(key)}] = ini.gets(section, key);
         }
     }
@@ -129,23 +116,19 @@ Snapshot snapshot(const minIni& ini, const std::vector<std::string>& sections)
 
 // A write may change only the keys it was given; every other read stays the same.
 void expectOnlyChanged(const Snapshot& before, const Snapshot& after,
-                       const std::set<std::pair<std::string, std::string>>& changed)
-{
+                       const std::set<std::pair<std::string, std::string>>& changed) {
     for (const auto& [name, value] : before) {
-        if (changed.count(name) != 0)
-            continue;
+        if (changed.count(name) != 0) continue;
         const auto now = after.find(name);
         expect(now != after.end() && now->second == value);
     }
 }
 
-void writeAndCheck(const std::string& path, const std::vector<std::string>& sections)
-{
+void writeAndCheck(const std::string& path, const std::vector<std::string>& sections) {
     minIni ini(path);
     const std::string& section = sections.back();
     std::string key = ini.getkey(section, 0);
-    if (key.empty())
-        key = "x";
+    if (key.empty()) key = "x";
     const Snapshot before = snapshot(ini, sections);
     std::set<std::pair<std::string, std::string>> changed;
 
@@ -174,8 +157,7 @@ void writeAndCheck(const std::string& path, const std::vector<std::string>& sect
 
 }  // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
-{
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const std::string path = "/fuzz/srci.ini";
     storage().put(path, data, size);
     const minIni ini(path);

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Input: two bytes of optional-block selection (TN robot->PLC, big-endian), then robot telegrams
 // of up to 256 bytes. Each telegram is decoded as the client does; fragments are reassembled and
 // every completed payload is decoded as the response of the command the payload's first byte

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Input: one mode byte, then records of one adapter-action byte and up to 256 telegram bytes.
 // Mode bit 0 performs a valid handshake first and repairs each telegram's lengths and footer,
 // so that fuzzed content reaches the command layer instead of being ignored as torn.
@@ -52,27 +53,45 @@ void setup() {
     g_persistent.generalConfiguration.LifeSignTimeOut = 100;
     srl_set_init_parameter(&g_persistent, &g_axes);
     void* h = reinterpret_cast<void*>(handler);
-    for (auto reg : {srl_set_robot_enable_funs, srl_set_read_tool_data_funs,
-                     srl_set_write_tool_data_funs, srl_set_read_frame_data_funs,
-                     srl_set_write_frame_data_funs, srl_set_write_load_data_funs,
-                     srl_set_read_load_data_funs, srl_set_write_robot_reference_dynamic_funs,
+    for (auto reg : {srl_set_robot_enable_funs,
+                     srl_set_read_tool_data_funs,
+                     srl_set_write_tool_data_funs,
+                     srl_set_read_frame_data_funs,
+                     srl_set_write_frame_data_funs,
+                     srl_set_write_load_data_funs,
+                     srl_set_read_load_data_funs,
+                     srl_set_write_robot_reference_dynamic_funs,
                      srl_set_read_robot_reference_dynamic_funs,
                      srl_set_write_robot_defualt_dynamic_funs,
                      srl_set_read_robot_defualt_dynamics_funs,
                      srl_set_write_robot_software_limit_funs,
-                     srl_set_read_robot_software_limit_funs, srl_set_read_actual_position_funs,
-                     srl_set_move_axes_absolute_funs, srl_set_group_reset_funs,
-                     srl_set_robot_read_data_funs, srl_set_move_linear_absolute_funs,
-                     srl_set_move_direct_absolute_funs, srl_set_set_operate_mode_funs,
-                     srl_set_change_speed_override_funs, srl_set_group_continue_funs,
-                     srl_set_group_pause_funs, srl_set_group_stop_funs, srl_set_read_digital_input,
-                     srl_set_read_digital_output, srl_set_write_digital_output,
-                     srl_set_exchange_configuration_funs, srl_set_move_linear_relative_funs,
-                     srl_set_move_linear_relative_tools_funs, srl_set_move_joint_relative_funs,
-                     srl_set_robot_disable_funs, srl_set_read_workarea_funs,
-                     srl_set_write_workarea_funs, srl_set_read_actual_position_cyclic_funs,
-                     srl_set_set_sequence_funs, srl_set_forward_kinematics_funs,
-                     srl_set_inverse_kinematics_funs, srl_set_clear_cmd_in_rc_buffer_funs}) {
+                     srl_set_read_robot_software_limit_funs,
+                     srl_set_read_actual_position_funs,
+                     srl_set_move_axes_absolute_funs,
+                     srl_set_group_reset_funs,
+                     srl_set_robot_read_data_funs,
+                     srl_set_move_linear_absolute_funs,
+                     srl_set_move_direct_absolute_funs,
+                     srl_set_set_operate_mode_funs,
+                     srl_set_change_speed_override_funs,
+                     srl_set_group_continue_funs,
+                     srl_set_group_pause_funs,
+                     srl_set_group_stop_funs,
+                     srl_set_read_digital_input,
+                     srl_set_read_digital_output,
+                     srl_set_write_digital_output,
+                     srl_set_exchange_configuration_funs,
+                     srl_set_move_linear_relative_funs,
+                     srl_set_move_linear_relative_tools_funs,
+                     srl_set_move_joint_relative_funs,
+                     srl_set_robot_disable_funs,
+                     srl_set_read_workarea_funs,
+                     srl_set_write_workarea_funs,
+                     srl_set_read_actual_position_cyclic_funs,
+                     srl_set_set_sequence_funs,
+                     srl_set_forward_kinematics_funs,
+                     srl_set_inverse_kinematics_funs,
+                     srl_set_clear_cmd_in_rc_buffer_funs}) {
         reg(h);
     }
     srl_set_enable_robot_param_funs(reinterpret_cast<void*>(enable_param));
@@ -111,9 +130,14 @@ struct Handshake {
 
 void adapter_action(uint8_t a) {
     switch (a & 0x0F) {
-        case 0: break;
-        case 1: srl_set_robot_motion_state_1(g_last_id, (a >> 4) % 7 - 1, 0x6C03, 0); break;
-        case 2: srl_set_ra_state((a & 0x10) ? 209 : 217); break;
+        case 0:
+            break;
+        case 1:
+            srl_set_robot_motion_state_1(g_last_id, (a >> 4) % 7 - 1, 0x6C03, 0);
+            break;
+        case 2:
+            srl_set_ra_state((a & 0x10) ? 209 : 217);
+            break;
         case 3: {
             uint8_t block[6];
             srl_get_cyclic_parameter(block);
@@ -127,10 +151,19 @@ void adapter_action(uint8_t a) {
                                      static_cast<int8_t>((a >> 3) & 0x1F), "fuzz");
             break;
         }
-        case 5: srl_set_jog_distance_togo(a >> 7); break;
-        case 6: srl_rl_server_state((a & 0x10) ? 113 : 115); break;
-        case 7: srl_set_stop_completed(); srl_set_interrupt_completed(); break;
-        case 8: srl_set_sync_item_parameters((a >> 4) & 3, a >> 6, nullptr); break;
+        case 5:
+            srl_set_jog_distance_togo(a >> 7);
+            break;
+        case 6:
+            srl_rl_server_state((a & 0x10) ? 113 : 115);
+            break;
+        case 7:
+            srl_set_stop_completed();
+            srl_set_interrupt_completed();
+            break;
+        case 8:
+            srl_set_sync_item_parameters((a >> 4) & 3, a >> 6, nullptr);
+            break;
         case 9: {
             uint8_t pos[104] = {};
             pos[102] = a;
@@ -147,7 +180,9 @@ void adapter_action(uint8_t a) {
             srl_get_log(line);
             break;
         }
-        default: g_ms += static_cast<uint64_t>(a >> 4) * 50; break;  // time passes
+        default:
+            g_ms += static_cast<uint64_t>(a >> 4) * 50;
+            break;  // time passes
     }
 }
 

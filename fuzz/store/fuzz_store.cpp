@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Input: the bytes of srci.ini. The store starts on it as the adapter does (file first,
 // controller as fallback, everything written back), then two more stores start on the file the
 // one before left. A damaged file may fall back to the controller or the defaults, but what the

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include <sys/mman.h>
 
 #include <mutex>
@@ -8,20 +9,17 @@
 namespace qxutil {
 namespace {
 
-std::mutex& scopeMutex()
-{
+std::mutex& scopeMutex() {
     static std::mutex m;
     return m;
 }
 
-std::string& scopeValue()
-{
+std::string& scopeValue() {
     static std::string scope;
     return scope;
 }
 
-void appendSanitised(std::string& out, const std::string& part)
-{
+void appendSanitised(std::string& out, const std::string& part) {
     for (char c : part) {
         out.push_back(c == '/' ? '_' : c);
     }
@@ -29,20 +27,17 @@ void appendSanitised(std::string& out, const std::string& part)
 
 }  // namespace
 
-void setShmScope(const std::string& scope)
-{
+void setShmScope(const std::string& scope) {
     std::lock_guard<std::mutex> lock(scopeMutex());
     scopeValue() = scope;
 }
 
-std::string shmScope()
-{
+std::string shmScope() {
     std::lock_guard<std::mutex> lock(scopeMutex());
     return scopeValue();
 }
 
-std::string channelShmName(const char* name)
-{
+std::string channelShmName(const char* name) {
     std::string out = "/qxdual.";
     std::string scope = shmScope();
     if (!scope.empty()) {

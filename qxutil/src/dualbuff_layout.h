@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Byte layout of a double-buffer segment. Internal: shared by the library and its tests
 // (which corrupt it on purpose).
 #pragma once
@@ -29,7 +30,7 @@ struct SegmentHeader {
     pthread_mutex_t drain_lock;  // held by the reader that is copying a half out
     uint32_t active;             // half that writers append to
     uint32_t reserved;
-    uint64_t used[2];            // bytes of whole records in each half
+    uint64_t used[2];  // bytes of whole records in each half
 };
 
 // The halves start on a page boundary after the header; the rest of the segment is spare.
@@ -38,8 +39,7 @@ constexpr size_t HALF_SIZE = DUAL_BUFF_MAX_SIZE;
 static_assert(sizeof(SegmentHeader) <= HEADER_SPACE);
 static_assert(HEADER_SPACE + 2 * HALF_SIZE <= DUAL_SHM_SIZE);
 
-inline unsigned char* halfAt(void* base, uint32_t index)
-{
+inline unsigned char* halfAt(void* base, uint32_t index) {
     return static_cast<unsigned char*>(base) + HEADER_SPACE + index * HALF_SIZE;
 }
 

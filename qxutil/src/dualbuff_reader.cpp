@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "dualbuff_segment.h"
 #include "qxutil/dualbuff.h"
 
@@ -7,8 +8,7 @@ DualBuffReader::DualBuffReader(const char* name) : seg_(detail::Segment::attach(
 
 DualBuffReader::~DualBuffReader() = default;
 
-int DualBuffReader::read(void* buf)
-{
+int DualBuffReader::read(void* buf) {
     if (!seg_ || buf == nullptr) {
         return 0;
     }

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "dualbuff_segment.h"
 
 #include <fcntl.h>
@@ -24,8 +25,7 @@ std::atomic_ref<uint32_t> stateOf(SegmentHeader* h) { return std::atomic_ref<uin
 // Takes a robust mutex, repairing it when its previous owner died while holding it. The
 // data it guards is consistent at every instant a holder can die (fill levels move only
 // after the copy), so marking it consistent is all the repair needed.
-int lockRobust(pthread_mutex_t* m, bool tryOnly)
-{
+int lockRobust(pthread_mutex_t* m, bool tryOnly) {
     int rc = tryOnly ? pthread_mutex_trylock(m) : pthread_mutex_lock(m);
     if (rc == EOWNERDEAD) {
         rc = pthread_mutex_consistent(m);
@@ -36,8 +36,7 @@ int lockRobust(pthread_mutex_t* m, bool tryOnly)
 class RobustGuard {
 public:
     explicit RobustGuard(pthread_mutex_t* m, bool tryOnly = false) : m_(m), ok_(lockRobust(m, tryOnly) == 0) {}
-    ~RobustGuard()
-    {
+    ~RobustGuard() {
         if (ok_) {
             pthread_mutex_unlock(m_);
         }
@@ -51,8 +50,7 @@ private:
     bool ok_;
 };
 
-bool initSharedMutex(pthread_mutex_t* m)
-{
+bool initSharedMutex(pthread_mutex_t* m) {
     pthread_mutexattr_t attr;
     if (pthread_mutexattr_init(&attr) != 0) {
         return false;
@@ -63,8 +61,7 @@ bool initSharedMutex(pthread_mutex_t* m)
     return ok;
 }
 
-bool buildHeader(SegmentHeader* h)
-{
+bool buildHeader(SegmentHeader* h) {
     h->magic = SEGMENT_MAGIC;
     h->version = SEGMENT_VERSION;
     h->header_size = sizeof(SegmentHeader);
@@ -76,8 +73,7 @@ bool buildHeader(SegmentHeader* h)
     return initSharedMutex(&h->data_lock) && initSharedMutex(&h->drain_lock);
 }
 
-bool waitUntilReady(SegmentHeader* h)
-{
+bool waitUntilReady(SegmentHeader* h) {
     for (int i = 0; i < INIT_WAIT_STEPS; ++i) {
         uint32_t s = stateOf(h).load(std::memory_order_acquire);
         if (s != StateInitialising) {
@@ -90,8 +86,7 @@ bool waitUntilReady(SegmentHeader* h)
 }
 
 // Takes part in the set-up handshake; true once the header is built (by anyone).
-bool ensureInitialised(SegmentHeader* h)
-{
+bool ensureInitialised(SegmentHeader* h) {
     uint32_t expected = StateFresh;
     if (stateOf(h).compare_exchange_strong(expected, StateInitialising, std::memory_order_acq_rel)) {
         if (!buildHeader(h)) {
@@ -103,15 +98,13 @@ bool ensureInitialised(SegmentHeader* h)
     return waitUntilReady(h);
 }
 
-bool headerValid(const SegmentHeader* h)
-{
+bool headerValid(const SegmentHeader* h) {
     return h->magic == SEGMENT_MAGIC && h->version == SEGMENT_VERSION && h->header_size == sizeof(SegmentHeader) &&
            h->shm_size == DUAL_SHM_SIZE && h->half_size == HALF_SIZE;
 }
 
 // Opens the object and gives it its size if we created it. Returns the descriptor or -1.
-int openSized(const std::string& shmName)
-{
+int openSized(const std::string& shmName) {
     int fd = shm_open(shmName.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0666);
     if (fd < 0) {
         return -1;
@@ -136,8 +129,7 @@ int openSized(const std::string& shmName)
 
 }  // namespace
 
-std::unique_ptr<Segment> Segment::attach(const char* name)
-{
+std::unique_ptr<Segment> Segment::attach(const char* name) {
     int fd = openSized(channelShmName(name));
     if (fd < 0) {
         return nullptr;
@@ -157,8 +149,7 @@ std::unique_ptr<Segment> Segment::attach(const char* name)
 
 Segment::~Segment() { munmap(base_, DUAL_SHM_SIZE); }
 
-int Segment::append(const void* data, size_t len)
-{
+int Segment::append(const void* data, size_t len) {
     if (len > HALF_SIZE) {
         return -1;
     }
@@ -176,8 +167,7 @@ int Segment::append(const void* data, size_t len)
     return 0;
 }
 
-size_t Segment::drain(void* out)
-{
+size_t Segment::drain(void* out) {
     SegmentHeader* h = header();
     RobustGuard drainGuard(&h->drain_lock, true);
     if (!drainGuard.ok()) {

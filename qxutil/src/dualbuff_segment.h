@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // One process's mapping of a double-buffer segment, with the append and drain operations.
 #pragma once
 

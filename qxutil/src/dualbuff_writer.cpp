@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "dualbuff_segment.h"
 #include "qxutil/dualbuff.h"
 
@@ -7,8 +8,7 @@ DualBuffWriter::DualBuffWriter(const char* name) : seg_(detail::Segment::attach(
 
 DualBuffWriter::~DualBuffWriter() = default;
 
-int DualBuffWriter::write(const void* data, size_t len)
-{
+int DualBuffWriter::write(const void* data, size_t len) {
     if (len == 0) {
         return 0;
     }

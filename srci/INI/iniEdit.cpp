@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The file's new text is built in memory by the same line-by-line copy a rewrite through a
 // temporary file would make, so several changes can reach the disk in one replacement.
 #include <cstdio>
@@ -18,24 +19,19 @@ class CopyTarget {
 public:
     explicit CopyTarget(std::FILE* file) : file_(file) {}
 
-    void write(std::string_view text)
-    {
-        if (text.empty())
-            return;
+    void write(std::string_view text) {
+        if (text.empty()) return;
         ok_ = ok_ && std::fwrite(text.data(), 1, text.size(), file_) == text.size();
         lastEnded_ = text.back() == '\n';
     }
-    void copy(IniLineReader& source, const IniLine& line)
-    {
+    void copy(IniLineReader& source, const IniLine& line) {
         ok_ = ok_ && source.copyTo(line, file_);
         lastEnded_ = line.endsWithLineFeed;
     }
     void copyRest(IniLineReader& source) { ok_ = ok_ && source.copyRest(file_); }
     // A line appended after an unterminated last line must start on its own line.
-    void endLastLine()
-    {
-        if (!lastEnded_)
-            write("\n");
+    void endLastLine() {
+        if (!lastEnded_) write("\n");
     }
     bool ok() const { return ok_; }
 
@@ -46,21 +42,16 @@ private:
 };
 
 // Copies up to the target section line. False when the file has no such section.
-bool copyUpToSection(IniLineReader& source, CopyTarget& out, std::string_view section,
-                     IniLine& sectionLineRead)
-{
-    if (section.empty())
-        return true;
+bool copyUpToSection(IniLineReader& source, CopyTarget& out, std::string_view section, IniLine& sectionLineRead) {
+    if (section.empty()) return true;
     while (source.next(sectionLineRead)) {
-        if (isSectionLine(parseLine(sectionLineRead.parseText()), section))
-            return true;
+        if (isSectionLine(parseLine(sectionLineRead.parseText()), section)) return true;
         out.copy(source, sectionLineRead);
     }
     return false;
 }
 
-void dropSectionBody(IniLineReader& source, CopyTarget& out)
-{
+void dropSectionBody(IniLineReader& source, CopyTarget& out) {
     IniLine line;
     while (source.next(line)) {
         if (parseLine(line.parseText()).kind == LineKind::section) {
@@ -72,8 +63,7 @@ void dropSectionBody(IniLineReader& source, CopyTarget& out)
 
 // Inside the section: the new key line takes the place of the old one, or goes
 // right before the next section line, or at the very end.
-void replaceKeyInSection(IniLineReader& source, CopyTarget& out, const IniChange& change)
-{
+void replaceKeyInSection(IniLineReader& source, CopyTarget& out, const IniChange& change) {
     const std::string newLine = change.value != nullptr ? keyLine(change.key, change.value) : "";
     IniLine line;
     while (source.next(line)) {
@@ -95,8 +85,7 @@ void replaceKeyInSection(IniLineReader& source, CopyTarget& out, const IniChange
     }
 }
 
-void copyWithChange(IniLineReader& source, CopyTarget& out, const IniChange& change)
-{
+void copyWithChange(IniLineReader& source, CopyTarget& out, const IniChange& change) {
     IniLine header;
     if (!copyUpToSection(source, out, change.section, header)) {
         if (change.key != nullptr && change.value != nullptr) {
@@ -109,47 +98,36 @@ void copyWithChange(IniLineReader& source, CopyTarget& out, const IniChange& cha
     if (change.key == nullptr) {
         dropSectionBody(source, out);
     } else {
-        if (!change.section.empty())
-            out.copy(source, header);
+        if (!change.section.empty()) out.copy(source, header);
         replaceKeyInSection(source, out, change);
     }
     out.copyRest(source);
 }
 
 // A read-only stream over the text; the text must outlive it.
-FileHandle readStream(std::string& content)
-{
-    return FileHandle(::fmemopen(content.data(), content.size(), "rb"));
-}
+FileHandle readStream(std::string& content) { return FileHandle(::fmemopen(content.data(), content.size(), "rb")); }
 
 // Nothing to write: the key already holds the value, or what is to go is not there.
-bool changeIsNoOp(std::string& content, const IniChange& change)
-{
+bool changeIsNoOp(std::string& content, const IniChange& change) {
     FileHandle in = readStream(content);
-    if (!in)
-        return false;
+    if (!in) return false;
     IniLineReader reader(in.get());
     const KeyLookup found = lookupKey(reader, change.section, change.key != nullptr ? change.key : "");
-    if (change.key == nullptr)
-        return !found.sectionFound;
-    if (change.value == nullptr)
-        return !found.keyFound;
+    if (change.key == nullptr) return !found.sectionFound;
+    if (change.value == nullptr) return !found.keyFound;
     return found.keyFound && found.value == change.value;
 }
 
 }  // namespace
 
-bool applyChange(std::string& content, const IniChange& change)
-{
-    if (changeIsNoOp(content, change))
-        return true;
+bool applyChange(std::string& content, const IniChange& change) {
+    if (changeIsNoOp(content, change)) return true;
     FileHandle in = readStream(content);
     char* text = nullptr;
     std::size_t size = 0;
     std::FILE* out = ::open_memstream(&text, &size);
     if (!in || out == nullptr) {
-        if (out != nullptr)
-            std::fclose(out);
+        if (out != nullptr) std::fclose(out);
         std::free(text);
         return false;
     }
@@ -158,16 +136,13 @@ bool applyChange(std::string& content, const IniChange& change)
     copyWithChange(source, target, change);
     const bool ok = target.ok() && !source.failed();
     const bool closed = std::fclose(out) == 0;
-    if (ok && closed)
-        content.assign(text, size);
+    if (ok && closed) content.assign(text, size);
     std::free(text);
     return ok && closed;
 }
 
-std::string temporaryName(std::string_view filename)
-{
-    if (filename.empty() || filename.back() == '~')
-        return {};
+std::string temporaryName(std::string_view filename) {
+    if (filename.empty() || filename.back() == '~') return {};
     std::string name(filename);
     name.back() = '~';
     return name;

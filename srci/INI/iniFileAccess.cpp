@@ -1,14 +1,14 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "INI/iniFileAccess.h"
 
-#include <cerrno>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <cerrno>
 
 namespace srci::ini_detail {
 
-FileHandle openForReading(const char* path)
-{
+FileHandle openForReading(const char* path) {
     if (path == nullptr || *path == '\0') {
         errno = EINVAL;
         return {};
@@ -16,8 +16,7 @@ FileHandle openForReading(const char* path)
     // O_NONBLOCK only matters for the open itself: it keeps a FIFO under the INI
     // name from stalling the main cycle. It is cleared again for regular files.
     const int fd = ::open(path, O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK);
-    if (fd < 0)
-        return {};
+    if (fd < 0) return {};
 
     struct stat info {};
     if (::fstat(fd, &info) != 0 || !S_ISREG(info.st_mode)) {
@@ -27,8 +26,7 @@ FileHandle openForReading(const char* path)
         return {};
     }
     const int flags = ::fcntl(fd, F_GETFL);
-    if (flags >= 0)
-        ::fcntl(fd, F_SETFL, flags & ~O_NONBLOCK);
+    if (flags >= 0) ::fcntl(fd, F_SETFL, flags & ~O_NONBLOCK);
 
     std::FILE* file = ::fdopen(fd, "rb");
     if (file == nullptr) {

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Opening the INI file for reading without ever blocking or touching anything
 // that is not a plain file. A directory, FIFO or device under the INI name is
 // treated as "no usable file" instead of being read or waited on. Writing goes

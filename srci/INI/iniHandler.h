@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The INI access used by the parameter store: typed getters that insist on the
 // section and key being present, and typed writers.
 //

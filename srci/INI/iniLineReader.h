@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Line-by-line reading of an INI file through a fixed buffer.
 //
 // Only the first INI_BUFFERSIZE - 1 bytes of a line are kept for parsing; the rest
@@ -14,10 +15,10 @@
 namespace srci::ini_detail {
 
 struct IniLine {
-    char text[INI_BUFFERSIZE];  // first bytes of the line without its line feed, NUL-terminated
-    std::size_t keptLength = 0; // bytes of the line held in text
-    long long start = 0;        // file offset of the first byte
-    long long length = 0;       // bytes in the file, line feed included
+    char text[INI_BUFFERSIZE];   // first bytes of the line without its line feed, NUL-terminated
+    std::size_t keptLength = 0;  // bytes of the line held in text
+    long long start = 0;         // file offset of the first byte
+    long long length = 0;        // bytes in the file, line feed included
     bool endsWithLineFeed = false;
 
     // Everything up to the first NUL: a NUL byte in a file ends the readable part of its line.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What one line of an INI file means, and how lines are written.
 //
 // Reading and writing share these rules so that a write always finds the very

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Finding a section or a key in an INI file by scanning it from the top.
 // An empty section name stands for the keys before the first section line.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Applying key changes to the text of an INI file in memory; the storage then replaces the
 // file with the result in one step.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Where INI files live. Every read and every replacement goes through the current storage,
 // so a test or the fuzzer can keep the files in memory or crash the writer at any step.
 //

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The reading half of the INI functions and the typed writers built on ini_puts.
 #include "INI/minIni.h"
 
@@ -19,156 +20,120 @@ namespace {
 // value is not a number anyway.
 constexpr int numberBufferSize = 64;
 
-std::string_view orEmpty(const char* s)
-{
-    return s != nullptr ? std::string_view(s) : std::string_view();
-}
+std::string_view orEmpty(const char* s) { return s != nullptr ? std::string_view(s) : std::string_view(); }
 
-bool usableBuffer(const char* buffer, int size)
-{
-    return buffer != nullptr && size > 0;
-}
+bool usableBuffer(const char* buffer, int size) { return buffer != nullptr && size > 0; }
 
-int copyOut(std::string_view text, char* buffer, int size)
-{
+int copyOut(std::string_view text, char* buffer, int size) {
     const std::size_t room = static_cast<std::size_t>(size) - 1;
     const std::size_t count = text.size() < room ? text.size() : room;
-    if (count > 0)
-        std::memcpy(buffer, text.data(), count);
+    if (count > 0) std::memcpy(buffer, text.data(), count);
     buffer[count] = '\0';
     return static_cast<int>(count);
 }
 
-KeyLookup lookupInFile(const char* section, const char* key, const char* filename)
-{
+KeyLookup lookupInFile(const char* section, const char* key, const char* filename) {
     KeyLookup result;
     FileHandle file = iniStorage().openForReading(filename);
-    if (!file)
-        return result;
+    if (!file) return result;
     IniLineReader reader(file.get());
     return lookupKey(reader, orEmpty(section), orEmpty(key));
 }
 
 }  // namespace
 
-int ini_gets(const char* section, const char* key, const char* defValue, char* buffer, int size,
-             const char* filename)
-{
-    if (!usableBuffer(buffer, size))
-        return 0;
+int ini_gets(const char* section, const char* key, const char* defValue, char* buffer, int size, const char* filename) {
+    if (!usableBuffer(buffer, size)) return 0;
     if (key != nullptr) {
         const KeyLookup found = lookupInFile(section, key, filename);
-        if (found.keyFound)
-            return copyOut(found.value, buffer, size);
+        if (found.keyFound) return copyOut(found.value, buffer, size);
     }
     return copyOut(orEmpty(defValue), buffer, size);
 }
 
-long ini_getl(const char* section, const char* key, long defValue, const char* filename)
-{
+long ini_getl(const char* section, const char* key, long defValue, const char* filename) {
     char buffer[numberBufferSize];
     const int length = ini_gets(section, key, "", buffer, sizeof buffer, filename);
-    if (length == 0)
-        return defValue;
+    if (length == 0) return defValue;
     const bool hexadecimal = length >= 2 && (buffer[1] == 'x' || buffer[1] == 'X');
     return std::strtol(buffer, nullptr, hexadecimal ? 16 : 10);
 }
 
-float ini_getf(const char* section, const char* key, float defValue, const char* filename)
-{
+float ini_getf(const char* section, const char* key, float defValue, const char* filename) {
     char buffer[numberBufferSize];
     const int length = ini_gets(section, key, "", buffer, sizeof buffer, filename);
-    if (length == 0)
-        return defValue;
+    if (length == 0) return defValue;
     // strtof, not a narrowed strtod: out-of-range text saturates instead of
     // overflowing the float conversion.
     return std::strtof(buffer, nullptr);
 }
 
-int ini_getbool(const char* section, const char* key, int defValue, const char* filename)
-{
+int ini_getbool(const char* section, const char* key, int defValue, const char* filename) {
     char buffer[2];
     ini_gets(section, key, "", buffer, sizeof buffer, filename);
     switch (std::toupper(static_cast<unsigned char>(buffer[0]))) {
-    case '1':
-    case 'T':
-    case 'Y':
-        return 1;
-    case '0':
-    case 'F':
-    case 'N':
-        return 0;
-    default:
-        return defValue;
+        case '1':
+        case 'T':
+        case 'Y':
+            return 1;
+        case '0':
+        case 'F':
+        case 'N':
+            return 0;
+        default:
+            return defValue;
     }
 }
 
-int ini_hassection(const char* section, const char* filename)
-{
+int ini_hassection(const char* section, const char* filename) {
     FileHandle file = iniStorage().openForReading(filename);
-    if (!file)
-        return 0;
+    if (!file) return 0;
     IniLineReader reader(file.get());
     return findSection(reader, orEmpty(section)) ? 1 : 0;
 }
 
-int ini_haskey(const char* section, const char* key, const char* filename)
-{
+int ini_haskey(const char* section, const char* key, const char* filename) {
     return key != nullptr && lookupInFile(section, key, filename).keyFound ? 1 : 0;
 }
 
-int ini_getsection(int idx, char* buffer, int size, const char* filename)
-{
-    if (!usableBuffer(buffer, size))
-        return 0;
+int ini_getsection(int idx, char* buffer, int size, const char* filename) {
+    if (!usableBuffer(buffer, size)) return 0;
     buffer[0] = '\0';
     FileHandle file = iniStorage().openForReading(filename);
-    if (!file || idx < 0)
-        return 0;
+    if (!file || idx < 0) return 0;
     IniLineReader reader(file.get());
     IniLine line;
     int seen = 0;
     while (reader.next(line)) {
         const LineSyntax syntax = parseLine(line.parseText());
         // "[]" cannot be addressed: the empty name means the part before any section.
-        if (syntax.kind != LineKind::section || !syntax.hasName || syntax.name.empty())
-            continue;
-        if (seen++ == idx)
-            return copyOut(syntax.name, buffer, size);
+        if (syntax.kind != LineKind::section || !syntax.hasName || syntax.name.empty()) continue;
+        if (seen++ == idx) return copyOut(syntax.name, buffer, size);
     }
     return 0;
 }
 
-int ini_getkey(const char* section, int idx, char* buffer, int size, const char* filename)
-{
-    if (!usableBuffer(buffer, size))
-        return 0;
+int ini_getkey(const char* section, int idx, char* buffer, int size, const char* filename) {
+    if (!usableBuffer(buffer, size)) return 0;
     buffer[0] = '\0';
     FileHandle file = iniStorage().openForReading(filename);
-    if (!file || idx < 0)
-        return 0;
+    if (!file || idx < 0) return 0;
     IniLineReader reader(file.get());
-    if (!findSection(reader, orEmpty(section)))
-        return 0;
+    if (!findSection(reader, orEmpty(section))) return 0;
     IniLine line;
     int seen = 0;
     while (reader.next(line)) {
         const LineSyntax syntax = parseLine(line.parseText());
-        if (syntax.kind == LineKind::section)
-            break;
-        if (syntax.kind == LineKind::key && seen++ == idx)
-            return copyOut(syntax.name, buffer, size);
+        if (syntax.kind == LineKind::section) break;
+        if (syntax.kind == LineKind::key && seen++ == idx) return copyOut(syntax.name, buffer, size);
     }
     return 0;
 }
 
-int ini_browse(ini_browse_callback callback, void* userData, const char* filename)
-{
-    if (callback == nullptr)
-        return 0;
+int ini_browse(ini_browse_callback callback, void* userData, const char* filename) {
+    if (callback == nullptr) return 0;
     FileHandle file = iniStorage().openForReading(filename);
-    if (!file)
-        return 0;
+    if (!file) return 0;
     IniLineReader reader(file.get());
     IniLine line;
     std::string section;
@@ -179,29 +144,25 @@ int ini_browse(ini_browse_callback callback, void* userData, const char* filenam
         } else if (syntax.kind == LineKind::key) {
             const std::string key(syntax.name);
             const std::string value = valueOf(syntax.rawValue);
-            if (callback(section.c_str(), key.c_str(), value.c_str(), userData) == 0)
-                break;
+            if (callback(section.c_str(), key.c_str(), value.c_str(), userData) == 0) break;
         }
     }
     return 1;
 }
 
-int ini_putl(const char* section, const char* key, long value, const char* filename)
-{
+int ini_putl(const char* section, const char* key, long value, const char* filename) {
     char text[numberBufferSize];
     std::snprintf(text, sizeof text, "%ld", value);
     return ini_puts(section, key, text, filename);
 }
 
-int ini_putf(const char* section, const char* key, float value, const char* filename)
-{
+int ini_putf(const char* section, const char* key, float value, const char* filename) {
     // Large enough for FLT_MAX with six decimals.
     char text[numberBufferSize];
     std::snprintf(text, sizeof text, "%f", static_cast<double>(value));
     return ini_puts(section, key, text, filename);
 }
 
-int ini_putbool(const char* section, const char* key, int value, const char* filename)
-{
+int ini_putbool(const char* section, const char* key, int value, const char* filename) {
     return ini_puts(section, key, value ? "true" : "false", filename);
 }

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Reading and writing single keys of a plain-text INI file.
 //
 // Every call opens, scans and closes the file; nothing is cached, so a value
@@ -20,13 +21,11 @@
 #define INI_BUFFERSIZE 512
 
 // Called for every key of the file in order; a zero return stops the walk.
-using ini_browse_callback = int (*)(const char* section, const char* key, const char* value,
-                                    void* userData);
+using ini_browse_callback = int (*)(const char* section, const char* key, const char* value, void* userData);
 
 // Copies at most size - 1 characters of the value (or of defValue) into buffer and
 // returns how many were copied.
-int ini_gets(const char* section, const char* key, const char* defValue, char* buffer, int size,
-             const char* filename);
+int ini_gets(const char* section, const char* key, const char* defValue, char* buffer, int size, const char* filename);
 // Hexadecimal when the second character of the value is "x" or "X", else decimal.
 long ini_getl(const char* section, const char* key, long defValue, const char* filename);
 float ini_getf(const char* section, const char* key, float defValue, const char* filename);
@@ -63,8 +62,7 @@ public:
     bool getbool(const std::string& section, const std::string& key, bool defValue = false) const;
     long getl(const std::string& section, const std::string& key, long defValue = 0) const;
     int geti(const std::string& section, const std::string& key, int defValue = 0) const;
-    std::string gets(const std::string& section, const std::string& key,
-                     const std::string& defValue = "") const;
+    std::string gets(const std::string& section, const std::string& key, const std::string& defValue = "") const;
     float getf(const std::string& section, const std::string& key, float defValue = 0) const;
 
     bool hassection(const std::string& section) const;

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "itf_commu/commuitf.h"
 
 #include <sys/ipc.h>
@@ -28,7 +29,7 @@ int semStep(int id, short op) {
     sembuf step{};
     step.sem_num = 0;
     step.sem_op = op;
-    step.sem_flg = SEM_UNDO;  // the kernel gives it back if we die inside the copy
+    step.sem_flg = SEM_UNDO;                                // the kernel gives it back if we die inside the copy
     if (op >= 0) return semop(id, &step, 1) == 0 ? 0 : -1;  // giving back never waits
     const timespec bound{0, kSemWaitNs};
     return semtimedop(id, &step, 1, &bound) == 0 ? 0 : -1;

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The PLC link: the PROFINET I/O manager's System V shared-memory process image and the
 // semaphore that serialises access to it. Telegram bytes are opaque here.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The adapter's one gateway to the robot controller's command and status port.
 //
 // Turns the adapter's value types into the arrays the port expects, turns refusals into thrown

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // State shared by the controller adapter's translation units.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Forward/inverse kinematics through the port, configuration choice, turn numbers and frame
 // conversion.
 #include <cmath>
@@ -60,11 +61,15 @@ void RcItf::ikine(POSE pose, JOINTS& joints, SEW sew, POSE tool, POSE frame) {
 // FreeIt keeps the current configuration just like NoChange; modes above 4 act as 4.
 bool RcItf::calcSew_each(unsigned char mode, bool target, bool current) {
     switch (mode) {
-        case 0: return target;
+        case 0:
+            return target;
         case 1:
-        case 2: return current;
-        case 3: return false;
-        default: return true;
+        case 2:
+            return current;
+        case 3:
+            return false;
+        default:
+            return true;
     }
 }
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Moves, stop/interrupt/continue and jogs. Parameters arrive checked and scaled; only the
 // translation into port calls and of refusals into error codes happens here.
 #include "itf_rc/rcitf_internal.h"
@@ -69,9 +70,12 @@ void RcItf::robotMoveContinue() {
 
 int RcItf::jogmode_srci2veld(JogMode m) {
     switch (m) {
-        case JogMode::Frame: return 0;
-        case JogMode::Tool: return 1;
-        case JogMode::Axes: return 2;
+        case JogMode::Frame:
+            return 0;
+        case JogMode::Tool:
+            return 1;
+        case JogMode::Axes:
+            return 2;
     }
     throw "wrong jog mode";
 }

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Port objects, the singleton, power/enable and the settings that go to the controller.
 #include <unistd.h>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Status queries: some poll the controller first, the others read the last snapshot.
 #include <cstring>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // One vocabulary of integer error codes for the whole adapter.
 //
 // srci::Errcode is the SRCI standard's own list (what finally reaches the PLC).

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "itf_rc/srci_log.h"
 
 #include <climits>

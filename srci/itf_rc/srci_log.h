@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Logging convention of the adapter: every text is framed by a line break before and after,
 // and carries the tag SRCI_LOG_TAG, the function name and the source line.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "itf_rc/srci_records.h"
 
 #include <sstream>
@@ -33,8 +34,7 @@ std::string MoveCmdParam::str() const {
 std::string JogCmdParam::str() const {
     std::ostringstream os;
     os << "id: " << jogId << ", jogmode: " << static_cast<int>(mode) << ", direction: " << direction
-       << ", speed: " << speed << ", distance: " << distance << ", toolid: " << toolId
-       << ", frameid: " << frameId;
+       << ", speed: " << speed << ", distance: " << distance << ", toolid: " << toolId << ", frameid: " << frameId;
     return os.str();
 }
 
@@ -47,8 +47,7 @@ std::string FrameData::str() const {
 std::string LoadData::str() const {
     std::ostringstream os;
     os << "mass: " << mass << ", x: " << x << ", y: " << y << ", z: " << z << ", \n"
-       << "rx: " << rx << ", ry: " << ry << ", rz: " << rz << ", ix: " << ix << ", iy: " << iy
-       << ", iz: " << iz;
+       << "rx: " << rx << ", ry: " << ry << ", rz: " << rz << ", ix: " << ix << ", iy: " << iy << ", iz: " << iz;
     return os.str();
 }
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Command and parameter records passed between handlers, motion manager, parameter store and
 // the controller adapter. Their str() texts are part of the log vocabulary.
 #pragma once
@@ -87,8 +88,8 @@ struct ReferenceDynamic {
 };
 
 struct SyncSwitch {
-    bool tool = false, frame = false, load = false, defaultRef = false, refDyn = false,
-         softLimit = false, workArea = false;
+    bool tool = false, frame = false, load = false, defaultRef = false, refDyn = false, softLimit = false,
+         workArea = false;
 };
 
 struct ErrorInfo {

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "itf_rc/srci_types.h"
 
 #include <cmath>
@@ -15,16 +16,19 @@ constexpr double kOriTolerance = 0.001;
 
 double TRANS::operator[](unsigned int i) const {
     switch (i) {
-        case 0: return _x;
-        case 1: return _y;
-        case 2: return _z;
-        default: return 0.0;
+        case 0:
+            return _x;
+        case 1:
+            return _y;
+        case 2:
+            return _z;
+        default:
+            return 0.0;
     }
 }
 
 bool TRANS::match(TRANS o) const {
-    return within(_x, o._x, kTransTolerance) && within(_y, o._y, kTransTolerance) &&
-           within(_z, o._z, kTransTolerance);
+    return within(_x, o._x, kTransTolerance) && within(_y, o._y, kTransTolerance) && within(_z, o._z, kTransTolerance);
 }
 
 std::string TRANS::str() const {
@@ -35,16 +39,19 @@ std::string TRANS::str() const {
 
 double ORI::operator[](unsigned int i) const {
     switch (i) {
-        case 0: return _rx;
-        case 1: return _ry;
-        case 2: return _rz;
-        default: return 0.0;
+        case 0:
+            return _rx;
+        case 1:
+            return _ry;
+        case 2:
+            return _rz;
+        default:
+            return 0.0;
     }
 }
 
 bool ORI::match(ORI o) const {
-    return within(_rx, o._rx, kOriTolerance) && within(_ry, o._ry, kOriTolerance) &&
-           within(_rz, o._rz, kOriTolerance);
+    return within(_rx, o._rx, kOriTolerance) && within(_ry, o._ry, kOriTolerance) && within(_rz, o._rz, kOriTolerance);
 }
 
 std::string ORI::str() const {
@@ -65,8 +72,7 @@ void POSE::toArray(double out[6]) const {
 
 std::string POSE::str() const { return _trans.str() + ", " + _ori.str(); }
 
-JOINTS::JOINTS(double j1, double j2, double j3, double j4, double j5, double j6)
-    : joints{j1, j2, j3, j4, j5, j6} {}
+JOINTS::JOINTS(double j1, double j2, double j3, double j4, double j5, double j6) : joints{j1, j2, j3, j4, j5, j6} {}
 
 JOINTS::JOINTS(const double* values) { *this = values; }
 

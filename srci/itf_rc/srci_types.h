@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Positions, joints and arm configuration as every part of the adapter speaks about them.
 // Plain values; numbers are held exactly as they come from SRCI records or the controller.
 #pragma once

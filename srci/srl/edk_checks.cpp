@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Checks of motion-command fields that this robot supports in one form only, the decoding of
 // jog bits and command ids, and the synchronisation switches. Checks throw the SRCI code.
 #include <string>
@@ -8,9 +9,12 @@
 
 double EDK_Helper::calTolerance(unsigned char blendingMode, double value) {
     switch (static_cast<srci::BlendingModeEnum>(blendingMode)) {
-        case srci::BlendingModeEnum::ExactStop: return 0.0;
-        case srci::BlendingModeEnum::MaxCornerDeviation: return value;
-        default: throw static_cast<int>(srci::err_blendingMode);
+        case srci::BlendingModeEnum::ExactStop:
+            return 0.0;
+        case srci::BlendingModeEnum::MaxCornerDeviation:
+            return value;
+        default:
+            throw static_cast<int>(srci::err_blendingMode);
     }
 }
 
@@ -78,9 +82,9 @@ unsigned char EDK_Helper::getCmdID(unsigned char* telegram) { return telegram[25
 // The first set bit wins, positive directions before negative ones; external axes are ignored.
 int EDK_Helper::getJogDirection(LRob_typeServerRobotJogControl jog) {
     const bool bits[12] = {
-        bool(jog.X_J1_Pos), bool(jog.Y_J2_Pos), bool(jog.Z_J3_Pos), bool(jog.RX_J4_Pos),
-        bool(jog.RY_J5_Pos), bool(jog.RZ_J6_Pos), bool(jog.X_J1_Neg), bool(jog.Y_J2_Neg),
-        bool(jog.Z_J3_Neg), bool(jog.RX_J4_Neg), bool(jog.RY_J5_Neg), bool(jog.RZ_J6_Neg),
+        bool(jog.X_J1_Pos),  bool(jog.Y_J2_Pos),  bool(jog.Z_J3_Pos),  bool(jog.RX_J4_Pos),
+        bool(jog.RY_J5_Pos), bool(jog.RZ_J6_Pos), bool(jog.X_J1_Neg),  bool(jog.Y_J2_Neg),
+        bool(jog.Z_J3_Neg),  bool(jog.RX_J4_Neg), bool(jog.RY_J5_Neg), bool(jog.RZ_J6_Neg),
     };
     for (int i = 0; i < 12; ++i)
         if (bits[i]) return i < 6 ? i + 1 : -(i - 5);

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Error logging, the pending errors that wait for the PLC's group reset, and the SRCI log level
 // that also decides whether failed motions are reported to the PLC at all.
 #include <string>
@@ -56,14 +57,10 @@ void EDK_Helper::setLogLevel(unsigned char level) {
     SRCI_LOG(zlog::ZLogLvError, "change loglevel to: " + std::to_string(level));
     levelStored = level;
     zlog::ZLogClient* log = zlog::ZLogClient::get();
-    if (level >= srci::Error)
-        log->set_lv_filter(zlog::ZLogLvError);
-    else if (level >= srci::Warning)
-        log->set_lv_filter(zlog::ZLogLvWarn);
-    else if (level >= srci::Info)
-        log->set_lv_filter(zlog::ZLogLvInfo);
-    else if (level >= srci::Debug)
-        log->set_lv_filter(zlog::ZLogLvDebug);
+    if (level >= srci::Error) log->set_lv_filter(zlog::ZLogLvError);
+    else if (level >= srci::Warning) log->set_lv_filter(zlog::ZLogLvWarn);
+    else if (level >= srci::Info) log->set_lv_filter(zlog::ZLogLvInfo);
+    else if (level >= srci::Debug) log->set_lv_filter(zlog::ZLogLvDebug);
 }
 
 // "Never set" and Deactive both read as 99, which keeps pending-error reporting off.

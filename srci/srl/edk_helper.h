@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The adapter's parameter store and robot helper: tools, user frames, loads and dynamics kept
 // in memory, mirrored into srci.ini and pushed to the controller; rate scaling and motion
 // parameter checks; error logging and the pending error list; the power/enable worker.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The store's sections in srci.ini. Reads abort at the first missing section or key, so a
 // partial record never leaves here; each record is written whole, its keys in a fixed order.
 #include <string>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Power-on/enable and disable take the controller seconds, so they run on a detached worker.
 // The atomic flag keeps the cycle from starting a worker per cycle; the try-lock makes a
 // second worker started in the gap before the flag is set give up.
@@ -57,10 +58,8 @@ void EDK_Helper::power_thread(bool enable) {
     }
     enable_thread_running = true;
     try {
-        if (enable)
-            powerAndEnable();
-        else
-            stopAndDisable();
+        if (enable) powerAndEnable();
+        else stopAndDisable();
     } catch (int code) {
         logErr(code);
     } catch (const char* text) {

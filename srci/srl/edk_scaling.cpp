@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // PLC dynamics rates (0.01 % units) turned into absolute values for the controller, and the
 // stored reference dynamics re-applied before each kind of motion.
 #include <string>
@@ -13,12 +14,9 @@ namespace {
 double scaleRate(unsigned int rate, double reference, double defaultRate, double factor, int bound,
                  const char* boundText) {
     double result;
-    if (rate >= 32769)
-        result = reference * defaultRate;
-    else if (rate == 0)
-        result = 0.01 * reference;
-    else
-        result = rate / factor * reference;
+    if (rate >= 32769) result = reference * defaultRate;
+    else if (rate == 0) result = 0.01 * reference;
+    else result = rate / factor * reference;
     if (bound > result) {
         result = bound;
         SRCI_LOG(zlog::ZLogLvInfo, boundText + std::to_string(bound) + "\n");
@@ -48,8 +46,8 @@ double EDK_Helper::calLinearVel(unsigned int rate) {
 }
 
 double EDK_Helper::calAxesAcc(unsigned int rate) {
-    return scaleRate(rate, getStoredRefDyn_joint().acc, getStoredDefaultDyn().acc_rate, percentageConvertFactor,
-                     MinAcc, "use MinAcc: ");
+    return scaleRate(rate, getStoredRefDyn_joint().acc, getStoredDefaultDyn().acc_rate, percentageConvertFactor, MinAcc,
+                     "use MinAcc: ");
 }
 
 double EDK_Helper::calLinearAcc(unsigned int rate) {

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Construction of the parameter store: file first, controller as fallback, then everything is
 // written back so that the file is complete after the first start.
 #include <unistd.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Reading and changing the stored tools, frames, loads and dynamics. Each setter updates
 // memory, the controller where that applies, and the file, so that a refusal by the controller
 // never reaches the file.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Number formatting shared by the store's and the motion manager's log lines.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The adapter's process-wide singletons. Both are defined here, in this order, so static
 // initialisation builds the motion manager before the store: the store's constructor talks
 // to the controller and must find the manager already in place.

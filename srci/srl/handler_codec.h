@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Small helpers every handler shares: typed decode/encode of the host-order records, and the
 // conversions between telegram floats and the adapter's value types.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Tool, user-frame and load data: read from and written through the parameter store, which
 // keeps memory, controller and srci.ini in step. Telegram floats reach the store unchanged.
 #include "itf_rc/rcitf.h"
@@ -93,8 +94,7 @@ void srl_read_frame_data_funs(HandlerIn in, HandlerOut out, int* err) {
     answer(
         err,
         [&] {
-            const unsigned number =
-                cmd.FrameNo == kCurrent ? RcItf::get(true)->getCurrentUserFrameId() : cmd.FrameNo;
+            const unsigned number = cmd.FrameNo == kCurrent ? RcItf::get(true)->getCurrentUserFrameId() : cmd.FrameNo;
             if (number > kHighestIndex) return badNumber(handlerName, "wrong frameid: ", cmd.FrameNo, kFrameNr);
             const FrameData frame = helper.getStoredFrame(static_cast<int>(number));
             rsp.FrameData.Data.ReferenceFrame = frame.refIndex;

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Reference dynamics (linear, absolute values) and default dynamics (rates) read and written
 // through the parameter store. Only the linear reference dynamics can be written.
 #include "itf_rc/srci_log.h"

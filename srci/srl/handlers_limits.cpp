@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Software joint limits and work areas. The robot has one usable work area, number 0: the box
 // of software joint limits. Limits are written only through that work area.
 #include "itf_rc/rcitf.h"

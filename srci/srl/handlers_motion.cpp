@@ -1,11 +1,12 @@
+// SPDX-License-Identifier: Apache-2.0
 // Absolute moves become queued move records; the relative commands carry the jog telegram and
 // become jog records. Both answer at once: progress reaches the PLC through motion states.
+#include "itf_rc/rcitf.h"
+#include "itf_rc/srci_log.h"
 #include "srl/edk_helper.h"
 #include "srl/handler_codec.h"
 #include "srl/srl_define_function.h"
 #include "srl/veld_motion_manager.h"
-#include "itf_rc/rcitf.h"
-#include "itf_rc/srci_log.h"
 
 #include <type_traits>
 
@@ -87,10 +88,9 @@ void linearFillAndCheck(MoveCmdParam& p, const LRob_typeServerCmdMoveLinAbs& cmd
     p.generalParam.vel = helper.calLinearVel(cmd.DynamicParameter.VelocityRate);
     p.generalParam.acc = helper.calLinearAcc(cmd.DynamicParameter.AccelerationRate);
     p.generalParam.tol = helper.calTolerance(cmd.BlendingMode, cmd.BlendingParameter[0]);
-    SRCI_LOG(zlog::ZLogLvInfo,
-             handler::text(p.str(), "\noverride: ", RcItf::get(true)->GetSpeedRatio(), "\nreference_vel: ",
-                           helper.getStoredRefDyn_linear().vel, "\ndefaultDyn_vel: ",
-                           helper.getStoredDefaultDyn().vel_rate));
+    SRCI_LOG(zlog::ZLogLvInfo, handler::text(p.str(), "\noverride: ", RcItf::get(true)->GetSpeedRatio(),
+                                             "\nreference_vel: ", helper.getStoredRefDyn_linear().vel,
+                                             "\ndefaultDyn_vel: ", helper.getStoredDefaultDyn().vel_rate));
     applyAbortingMode(cmd.Header.Reserved_ExecutionMode);
     helper.checkMotionCmdTime(cmd.Time);
     helper.checkMotionCmdTurnMode(cmd.TurnMode);
@@ -175,11 +175,13 @@ void srl_move_linear_absolute_funs(HandlerIn in, HandlerOut out, int* err) {
 }
 
 void srl_move_direct_absolute_funs(HandlerIn in, HandlerOut out, int* err) {
-    absoluteMove<LRob_typeServerCmdMoveDirectAbs, LRob_typeServerRspMoveDirectAbs>(
-        in, out, err, MotionCmdType2::Direct, directFillAndCheck);
+    absoluteMove<LRob_typeServerCmdMoveDirectAbs, LRob_typeServerRspMoveDirectAbs>(in, out, err, MotionCmdType2::Direct,
+                                                                                   directFillAndCheck);
 }
 
-void srl_move_linear_relative_funs(HandlerIn in, HandlerOut out, int* err) { relativeMove(in, out, err, JogMode::Frame); }
+void srl_move_linear_relative_funs(HandlerIn in, HandlerOut out, int* err) {
+    relativeMove(in, out, err, JogMode::Frame);
+}
 void srl_move_joint_relative_funs(HandlerIn in, HandlerOut out, int* err) { relativeMove(in, out, err, JogMode::Axes); }
 void srl_move_linear_relative_tools_funs(HandlerIn in, HandlerOut out, int* err) {
     relativeMove(in, out, err, JogMode::Tool);

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Position, kinematics on request, robot data, configuration exchange and digital I/O.
 #include <cstring>
 
@@ -91,7 +92,8 @@ void srl_read_actual_position_funs(HandlerIn in, HandlerOut out, int* err) {
         RcItf* rc = RcItf::get(true);
         const JOINTS joints = rc->getCurrentJPos();
         handler::putJoints(rsp.Joint, joints);
-        const int tool = cmd.coordinateSystem.ToolNo >= kCurrent ? rc->getCurrentTooldId() : cmd.coordinateSystem.ToolNo;
+        const int tool =
+            cmd.coordinateSystem.ToolNo >= kCurrent ? rc->getCurrentTooldId() : cmd.coordinateSystem.ToolNo;
         const int frame =
             cmd.coordinateSystem.FrameNo >= kCurrent ? rc->getCurrentUserFrameId() : cmd.coordinateSystem.FrameNo;
         rsp.CoordinateSystem.ToolNo = static_cast<USInt>(tool);

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Enable/disable, group reset/stop/pause/continue, operation mode, speed override, command
 // buffer and sequence: commands that change the robot's or the group's state.
 #include "itf_rc/rcitf.h"
@@ -30,8 +31,9 @@ void srl_robot_enable(HandlerIn in, HandlerOut out, int* err) {
     LRob_typeServerRspEnableRobot rsp{};
     try {
         helper.stepMode = cmd.StepMode;
-        SRCI_LOG(zlog::ZLogLvInfo, handler::text("tempCmd.Enable: ", int(cmd.Enable), ", holdToRun: ", int(cmd.HoldToRun),
-                                                 ", manualStep: ", int(cmd.ManualStep), ", stepMode: ", int(cmd.StepMode)));
+        SRCI_LOG(zlog::ZLogLvInfo,
+                 handler::text("tempCmd.Enable: ", int(cmd.Enable), ", holdToRun: ", int(cmd.HoldToRun),
+                               ", manualStep: ", int(cmd.ManualStep), ", stepMode: ", int(cmd.StepMode)));
         if (cmd.ManualStep) throw static_cast<int>(ERR_CMD_SPECIFIC_MANUAL_STEP_NOT_ALLOWED_IN_AUTO_EXT);
         if (cmd.StepMode != 0) throw stepModeRefusal(cmd.StepMode);
         helper.requireEnable = cmd.Enable;

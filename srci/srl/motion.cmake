@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # Parameter store and motion manager. Only the interpreter's headers are used here: the
 # adapter executable links the real interpreter, the unit tests a recording double.
 add_library(srci_motion STATIC

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The motion command record, its state texts and the one gate every state change passes.
 #include <string>
 
@@ -8,13 +9,20 @@
 
 std::string getStateEnumStr(LRob_typeServerMotionStateEnum state) {
     switch (state) {
-        case LRob_typeServerMotionStateMin: return "initial_state";
-        case LRob_typeServerMotionStateStop: return "stopped_state";
-        case LRob_typeServerMotionStateDone: return "done_state";
-        case LRob_typeServerMotionStatePause: return "paused_state";
-        case LRob_typeServerMotionStateMove: return "moving_state";
-        case LRob_typeServerMotionStateError: return "error_state";
-        default: return "";
+        case LRob_typeServerMotionStateMin:
+            return "initial_state";
+        case LRob_typeServerMotionStateStop:
+            return "stopped_state";
+        case LRob_typeServerMotionStateDone:
+            return "done_state";
+        case LRob_typeServerMotionStatePause:
+            return "paused_state";
+        case LRob_typeServerMotionStateMove:
+            return "moving_state";
+        case LRob_typeServerMotionStateError:
+            return "error_state";
+        default:
+            return "";
     }
 }
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Log lines that let a developer follow the queues and the controller's flags afterwards.
 #include <string>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The cycle's driver and the operations that act on all queued commands at once.
 #include <string>
 
@@ -98,12 +99,31 @@ namespace {
 
 int32_t mapControllerError(int32_t code) {
     switch (code) {
-        case 0xF0017: case 0xF0018: case 0xF0011: case 0xF0020:
+        case 0xF0017:
+        case 0xF0018:
+        case 0xF0011:
+        case 0xF0020:
             return srci::INFO_ERR_SIM_POSITION_NOT_REACHABLE;
-        case 0x42: case 0x10042: case 0x20042: case 0x30042: case 0x40042: case 0x50042:
-        case 0x35: case 0x10035: case 0x20035: case 0x30035: case 0x40035: case 0x50035:
-        case 0x36: case 0x10036: case 0x20036: case 0x30036: case 0x40036: case 0x50036:
-        case 0xF0008: case 0xF0009:
+        case 0x42:
+        case 0x10042:
+        case 0x20042:
+        case 0x30042:
+        case 0x40042:
+        case 0x50042:
+        case 0x35:
+        case 0x10035:
+        case 0x20035:
+        case 0x30035:
+        case 0x40035:
+        case 0x50035:
+        case 0x36:
+        case 0x10036:
+        case 0x20036:
+        case 0x30036:
+        case 0x40036:
+        case 0x50036:
+        case 0xF0008:
+        case 0xF0009:
             return srci::INFO_ERR_SIM_SW_LIMIT_AXIS;
         default:
             return code;

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Jogs run one at a time as incremental controller jogs. The PLC repeats its jog telegram
 // every cycle; only a change of mode, id or direction starts a new controller jog.
 #include <string>
@@ -113,8 +114,7 @@ void MotionManager::updateJogState() {
     front.putState(text);
     SRCI_LOG(zlog::ZLogLvInfo, text.view());
     motion_detail::reportState(front.jogCmd.jogId, front);
-    if (front.jogCmd.direction != 0 && lastMotionControlCmd != srci::MotionFlagType::Stop)
-        srl_set_jog_distance_togo(1);
+    if (front.jogCmd.direction != 0 && lastMotionControlCmd != srci::MotionFlagType::Stop) srl_set_jog_distance_togo(1);
     // A paused jog is removed too: jogs are never continued.
     if (front.state == LRob_typeServerMotionStatePause) {
         SRCI_LOG(zlog::ZLogLvInfo, "jog interrupt complete");

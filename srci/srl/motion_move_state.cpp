@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Once per cycle: derive each queued move's state from the controller's flags and its current
 // trajectory id, and report the front command. Only the front is ever reported and removed.
 #include <string>
@@ -21,12 +22,9 @@ bool isOpen(const EDK_CMD& cmd) {
 
 // A command the controller has passed on from is finished, unless it was to end otherwise.
 void settlePassed(EDK_CMD& cmd) {
-    if (cmd.abortingMode)
-        cmd.setState(LRob_typeServerMotionStateStop);
-    else if (cmd.pausingMode)
-        cmd.setState(LRob_typeServerMotionStatePause);
-    else
-        cmd.setState(LRob_typeServerMotionStateDone);
+    if (cmd.abortingMode) cmd.setState(LRob_typeServerMotionStateStop);
+    else if (cmd.pausingMode) cmd.setState(LRob_typeServerMotionStatePause);
+    else cmd.setState(LRob_typeServerMotionStateDone);
 }
 
 void logMoveState(const EDK_CMD& cmd) {

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Accepting move commands and handing them to the controller. The controller's planner keeps
 // its own buffer, so every sendable command is sent ahead and blends there.
 #include <cmath>
@@ -89,8 +90,7 @@ bool MotionManager::checkIfAlreadyReached(srci::MoveCmdParam param) {
         case srci::MotionCmdType2::Linear:
         case srci::MotionCmdType2::Direct: {
             // Here -1 does not stand for "the active one": the ids must be the controller's.
-            if (param.toolId != rc->getCurrentTooldId() || param.frameId != rc->getCurrentUserFrameId())
-                return false;
+            if (param.toolId != rc->getCurrentTooldId() || param.frameId != rc->getCurrentUserFrameId()) return false;
             const srci::POSE current = rc->getCartesianPos();
             for (unsigned int i = 0; i < static_cast<unsigned int>(srci::RA_DEGREE_NUM); ++i)
                 if (std::fabs(current[i] - param.pos[i]) > InPositionTolerance) return false;

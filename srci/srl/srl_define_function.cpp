@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Tells the interpreter which handler serves which SRCI command, and hands it the robot's
 // initial persistent data and axes-group parameters.
 #include "srl/srl_define_function.h"
@@ -105,8 +106,10 @@ void fillLimits(LRob_typePersistentData& data) {
     h.J6_Pos = limitDegrees(hard[11]);
     data.swLimits.dataChanged = 1;
     rc->getSoftLimits(soft);
-    handler::putJoints(data.swLimits.Data.JointLowerLimit, JOINTS(soft[0], soft[2], soft[4], soft[6], soft[8], soft[10]));
-    handler::putJoints(data.swLimits.Data.JointUpperLimit, JOINTS(soft[1], soft[3], soft[5], soft[7], soft[9], soft[11]));
+    handler::putJoints(data.swLimits.Data.JointLowerLimit,
+                       JOINTS(soft[0], soft[2], soft[4], soft[6], soft[8], soft[10]));
+    handler::putJoints(data.swLimits.Data.JointUpperLimit,
+                       JOINTS(soft[1], soft[3], soft[5], soft[7], soft[9], soft[11]));
 }
 
 void fillMasterData(LRob_typePersistentData& data) {

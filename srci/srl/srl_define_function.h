@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The SRCI command handlers the adapter registers with the interpreter, and the robot's
 // initialisation parameters. Handler contract: (in, out, err) — decode the host-order command
 // record from `in`, act, encode the response record into `out`, result code in `*err`.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The queue of SRCI motion commands, their motion states, their execution and supervision on
 // the controller, group stop/pause/continue and controller error propagation.
 //

@@ -1,7 +1,6 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "control_channel.h"
 
-#include <cerrno>
-#include <cstring>
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/socket.h>
@@ -9,6 +8,8 @@
 #include <sys/time.h>
 #include <sys/un.h>
 #include <unistd.h>
+#include <cerrno>
+#include <cstring>
 #include <vector>
 
 namespace srciport {
@@ -47,7 +48,7 @@ bool ControlChannel::start(const std::string& path, Handler handler) {
     sockaddr_un addr{};
     if (path.empty() || path.size() >= sizeof addr.sun_path) return false;
     // Replace a socket left behind by an earlier run, but never another kind of file.
-    struct stat st{};
+    struct stat st {};
     if (::lstat(path.c_str(), &st) == 0) {
         if (!S_ISSOCK(st.st_mode)) return false;
         ::unlink(path.c_str());

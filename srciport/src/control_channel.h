@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Line-based request/answer server on a Unix stream socket, served by its own thread.
 // Each received line (at most kMaxLine bytes) is handed to the handler; its answer is sent
 // back followed by a newline. Longer lines and lines with control bytes are answered with an

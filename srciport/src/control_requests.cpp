@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The text protocol of the control channel: one request line, one answer line.
 #include "srciport/sim_arm.h"
 
@@ -64,29 +65,26 @@ std::string SimArm::request(std::string_view line) {
         }
         snapshot(s);
         if (cmd == "joints")
-            return format("ok %.4f %.4f %.4f %.4f %.4f %.4f", s.act_jpos[0], s.act_jpos[1],
-                          s.act_jpos[2], s.act_jpos[3], s.act_jpos[4], s.act_jpos[5]);
+            return format("ok %.4f %.4f %.4f %.4f %.4f %.4f", s.act_jpos[0], s.act_jpos[1], s.act_jpos[2],
+                          s.act_jpos[3], s.act_jpos[4], s.act_jpos[5]);
         if (cmd == "pose")
-            return format("ok %.4f %.4f %.4f %.4f %.4f %.4f tool=%u frame=%u", s.act_cartpos[0],
-                          s.act_cartpos[1], s.act_cartpos[2], s.act_cartpos[3], s.act_cartpos[4],
-                          s.act_cartpos[5], s.cur_tool_id, s.cur_usrframe_id);
+            return format("ok %.4f %.4f %.4f %.4f %.4f %.4f tool=%u frame=%u", s.act_cartpos[0], s.act_cartpos[1],
+                          s.act_cartpos[2], s.act_cartpos[3], s.act_cartpos[4], s.act_cartpos[5], s.cur_tool_id,
+                          s.cur_usrframe_id);
         if (cmd == "flags")
             return format(
                 "ok powered=%d enabled=%d moving=%d inst_done=%d paused=%d traj=%d err=0x%X "
                 "errtype=%d estop=%d pstop=%d app=%d profinet=%d speed=%.3f",
-                s.ra_power_stat ? 1 : 0, s.ra_enable_stat ? 1 : 0, s.ra_is_moving ? 1 : 0,
-                s.ra_is_inst_done ? 1 : 0, s.is_inst_paused ? 1 : 0, s.cur_trajId,
-                static_cast<unsigned>(s.errCode), s.errType, s.isEStop ? 1 : 0, s.isPStop ? 1 : 0,
-                s.isAppConnected ? 1 : 0, s.profinet_state, s.speed_ratio);
+                s.ra_power_stat ? 1 : 0, s.ra_enable_stat ? 1 : 0, s.ra_is_moving ? 1 : 0, s.ra_is_inst_done ? 1 : 0,
+                s.is_inst_paused ? 1 : 0, s.cur_trajId, static_cast<unsigned>(s.errCode), s.errType, s.isEStop ? 1 : 0,
+                s.isPStop ? 1 : 0, s.isAppConnected ? 1 : 0, s.profinet_state, s.speed_ratio);
         if (cmd == "queue")
-            return format("ok active=%zu queued=%zu traj=%d inst_done=%d full=%d", activeSegments(),
-                          queuedMoves(), s.cur_trajId, s.ra_is_inst_done ? 1 : 0,
-                          s.is_inst_queue_full ? 1 : 0);
+            return format("ok active=%zu queued=%zu traj=%d inst_done=%d full=%d", activeSegments(), queuedMoves(),
+                          s.cur_trajId, s.ra_is_inst_done ? 1 : 0, s.is_inst_queue_full ? 1 : 0);
     } else if (argc == 1) {
         const std::string& arg = t[1];
         const int sw = onOff(arg);
-        if (cmd == "estop" || cmd == "pstop" || cmd == "app" || cmd == "power-refuse" ||
-            cmd == "power-hang") {
+        if (cmd == "estop" || cmd == "pstop" || cmd == "app" || cmd == "power-refuse" || cmd == "power-hang") {
             if (sw < 0) return "error: expected on or off";
             if (cmd == "estop") setEStop(sw);
             else if (cmd == "pstop") setPStop(sw);
@@ -115,9 +113,9 @@ std::string SimArm::request(std::string_view line) {
             return format("ok %s %lld", cmd.c_str(), ms);
         }
     }
-    static const char* const known[] = {"joints", "pose", "flags", "queue", "estop", "pstop",
-                                        "error", "app", "profinet", "power-delay", "enable-delay",
-                                        "power-refuse", "power-hang", "reset", "help"};
+    static const char* const known[] = {"joints",       "pose",         "flags",      "queue",    "estop",
+                                        "pstop",        "error",        "app",        "profinet", "power-delay",
+                                        "enable-delay", "power-refuse", "power-hang", "reset",    "help"};
     for (const char* k : known)
         if (cmd == k) return "error: wrong arguments for " + cmd + " (try help)";
     return "error: unknown request (try help)";

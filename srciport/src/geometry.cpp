@@ -1,5 +1,6 @@
-#include "srciport/euler.h"
+// SPDX-License-Identifier: Apache-2.0
 #include "srciport/geometry.h"
+#include "srciport/euler.h"
 
 #include <algorithm>
 
@@ -8,14 +9,12 @@ namespace srciport {
 Mat3 operator*(const Mat3& a, const Mat3& b) {
     Mat3 r;
     for (int i = 0; i < 3; ++i)
-        for (int j = 0; j < 3; ++j)
-            r.m[i][j] = a.m[i][0] * b.m[0][j] + a.m[i][1] * b.m[1][j] + a.m[i][2] * b.m[2][j];
+        for (int j = 0; j < 3; ++j) r.m[i][j] = a.m[i][0] * b.m[0][j] + a.m[i][1] * b.m[1][j] + a.m[i][2] * b.m[2][j];
     return r;
 }
 
 Vec3 operator*(const Mat3& a, const Vec3& v) {
-    return {a.m[0][0] * v.x + a.m[0][1] * v.y + a.m[0][2] * v.z,
-            a.m[1][0] * v.x + a.m[1][1] * v.y + a.m[1][2] * v.z,
+    return {a.m[0][0] * v.x + a.m[0][1] * v.y + a.m[0][2] * v.z, a.m[1][0] * v.x + a.m[1][1] * v.y + a.m[1][2] * v.z,
             a.m[2][0] * v.x + a.m[2][1] * v.y + a.m[2][2] * v.z};
 }
 
@@ -66,16 +65,16 @@ double rotationAngle(const Mat3& r, Vec3* axis) {
             for (int i = 1; i < 3; ++i)
                 if (r.m[i][i] > r.m[k][k]) k = i;
             Vec3 a{r.m[0][k], r.m[1][k], r.m[2][k]};
-            if (k == 0) a.x += 1; else if (k == 1) a.y += 1; else a.z += 1;
+            if (k == 0) a.x += 1;
+            else if (k == 1) a.y += 1;
+            else a.z += 1;
             *axis = (1.0 / norm(a)) * a;
         }
     }
     return angle;
 }
 
-Transform operator*(const Transform& a, const Transform& b) {
-    return {a.rot * b.rot, a.rot * b.pos + a.pos};
-}
+Transform operator*(const Transform& a, const Transform& b) { return {a.rot * b.rot, a.rot * b.pos + a.pos}; }
 
 Transform inverse(const Transform& t) {
     const Mat3 rt = transpose(t.rot);
@@ -101,9 +100,7 @@ void matrixToEuler(const Mat3& r, double out[3]) {
         if (out[i] <= -180.0) out[i] += 360.0;
 }
 
-Transform poseToTransform(const double p[6]) {
-    return {eulerToMatrix(p[3], p[4], p[5]), {p[0], p[1], p[2]}};
-}
+Transform poseToTransform(const double p[6]) { return {eulerToMatrix(p[3], p[4], p[5]), {p[0], p[1], p[2]}}; }
 
 void transformToPose(const Transform& t, double p[6]) {
     p[0] = t.pos.x;

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "srciport/kinematics.h"
 
 #include <cmath>
@@ -58,12 +59,7 @@ bool nearestInRange(double q, double seed, double lo, double hi, double& out) {
 }  // namespace
 
 DhTable defaultDhTable() {
-    return {{{-90, 100, 400, 0},
-             {0, 450, 0, -90},
-             {-90, 50, 0, 0},
-             {90, 0, 450, 0},
-             {-90, 0, 0, 0},
-             {0, 0, 90, 0}}};
+    return {{{-90, 100, 400, 0}, {0, 450, 0, -90}, {-90, 50, 0, 0}, {90, 0, 450, 0}, {-90, 0, 0, 0}, {0, 0, 90, 0}}};
 }
 
 std::array<std::array<double, 2>, 6> defaultHardLimits() {
@@ -74,15 +70,12 @@ Kinematics::Kinematics() : limits_(defaultHardLimits()) { load(defaultDhTable())
 
 int Kinematics::load(const DhTable& dh) {
     for (const DhRow& r : dh)
-        if (!std::isfinite(r.alpha) || !std::isfinite(r.a) || !std::isfinite(r.d) ||
-            !std::isfinite(r.offset))
+        if (!std::isfinite(r.alpha) || !std::isfinite(r.a) || !std::isfinite(r.d) || !std::isfinite(r.offset))
             return kKineBadTable;
-    const bool ok = isQuarterTurn(dh[0].alpha) && std::fabs(dh[1].alpha) < 1e-9 &&
-                    isQuarterTurn(dh[2].alpha) && isQuarterTurn(dh[3].alpha) &&
-                    isQuarterTurn(dh[4].alpha) && std::fabs(dh[5].alpha) < 1e-9 &&
-                    std::fabs(dh[3].a) < 1e-9 && std::fabs(dh[4].a) < 1e-9 &&
-                    std::fabs(dh[5].a) < 1e-9 && std::fabs(dh[4].d) < 1e-9 && dh[1].a > 1e-6 &&
-                    std::hypot(dh[2].a, dh[3].d) > 1e-6;
+    const bool ok = isQuarterTurn(dh[0].alpha) && std::fabs(dh[1].alpha) < 1e-9 && isQuarterTurn(dh[2].alpha) &&
+                    isQuarterTurn(dh[3].alpha) && isQuarterTurn(dh[4].alpha) && std::fabs(dh[5].alpha) < 1e-9 &&
+                    std::fabs(dh[3].a) < 1e-9 && std::fabs(dh[4].a) < 1e-9 && std::fabs(dh[5].a) < 1e-9 &&
+                    std::fabs(dh[4].d) < 1e-9 && dh[1].a > 1e-6 && std::hypot(dh[2].a, dh[3].d) > 1e-6;
     if (!ok) return kKineBadTable;
     dh_ = dh;
     for (int i = 0; i < 6; ++i) {
@@ -104,8 +97,7 @@ int Kinematics::load(const DhTable& dh) {
 
 Transform Kinematics::forward(const Joints& q, uint8_t* config) const {
     Transform t;
-    for (int i = 0; i < 6; ++i)
-        t = t * link(deg2rad(q[i] + dh_[i].offset), dh_[i].d, dh_[i].a, ca_[i], sa_[i]);
+    for (int i = 0; i < 6; ++i) t = t * link(deg2rad(q[i] + dh_[i].offset), dh_[i].d, dh_[i].a, ca_[i], sa_[i]);
     if (config) {
         uint8_t c = 0;
         const Vec3 z6 = t.rot.col(2);
@@ -123,8 +115,7 @@ Transform Kinematics::forward(const Joints& q, uint8_t* config) const {
     return t;
 }
 
-int Kinematics::inverse(const Transform& flange, uint8_t config, const Joints& seed,
-                        Joints& out) const {
+int Kinematics::inverse(const Transform& flange, uint8_t config, const Joints& seed, Joints& out) const {
     for (int i = 0; i < 3; ++i)
         for (int j = 0; j < 3; ++j)
             if (!std::isfinite(flange.rot.m[i][j])) return kKineBadInput;
@@ -168,8 +159,8 @@ int Kinematics::inverse(const Transform& flange, uint8_t config, const Joints& s
     const double th3 = beta - gamma;
 
     // Wrist: M = R3^T * R6 = Rz(th4) Rx(alpha4) Rz(th5) Rx(alpha5) Rz(th6).
-    const Mat3 r3 = rotZ(th1) * Mat3{{{1, 0, 0}, {0, ca_[0], -sa_[0]}, {0, sa_[0], ca_[0]}}} *
-                    rotZ(th2 + th3) * Mat3{{{1, 0, 0}, {0, ca_[2], -sa_[2]}, {0, sa_[2], ca_[2]}}};
+    const Mat3 r3 = rotZ(th1) * Mat3{{{1, 0, 0}, {0, ca_[0], -sa_[0]}, {0, sa_[0], ca_[0]}}} * rotZ(th2 + th3) *
+                    Mat3{{{1, 0, 0}, {0, ca_[2], -sa_[2]}, {0, sa_[2], ca_[2]}}};
     const Mat3 m = transpose(r3) * flange.rot;
     const double s4 = sa_[3], s5 = sa_[4];
     const double sbAbs = std::hypot(m.m[0][2], m.m[1][2]);
@@ -196,9 +187,7 @@ uint8_t configOf(const Kinematics& k, const Joints& q) {
     return c;
 }
 
-Transform worldToUser(const Transform& worldPose, const Transform& frame) {
-    return inverse(frame) * worldPose;
-}
+Transform worldToUser(const Transform& worldPose, const Transform& frame) { return inverse(frame) * worldPose; }
 
 Transform userToWorld(const Transform& userPose, const Transform& frame) { return frame * userPose; }
 

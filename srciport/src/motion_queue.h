@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The motion queue: accepted moves and jogs, the segment(s) in execution, blending,
 // speed override, pause and stop. Pure state; the simulator owns it and serialises access.
 #pragma once
@@ -36,17 +37,17 @@ struct MotionContext {
 struct MoveRequest {
     enum class Kind { Joint, Linear, JogJoint, JogCart };
     Kind kind = Kind::Joint;
-    Joints jointTarget{};    // Joint
-    Transform tcpTarget;     // Linear: TCP target in world coordinates
-    Transform tool;          // Linear: tool of the move
-    int axis = 0;            // jogs: joint index 0..5, or 0..2 x,y,z and 3..5 rx,ry,rz
-    double sense = 1;        // jogs: +1 / -1
-    bool toolAxes = false;   // JogCart: tool (true) or user frame (false) axes
-    bool continuous = false; // jogs: until stopped or a limit
-    double distance = 0;     // jogs: mm or deg
+    Joints jointTarget{};     // Joint
+    Transform tcpTarget;      // Linear: TCP target in world coordinates
+    Transform tool;           // Linear: tool of the move
+    int axis = 0;             // jogs: joint index 0..5, or 0..2 x,y,z and 3..5 rx,ry,rz
+    double sense = 1;         // jogs: +1 / -1
+    bool toolAxes = false;    // JogCart: tool (true) or user frame (false) axes
+    bool continuous = false;  // jogs: until stopped or a limit
+    double distance = 0;      // jogs: mm or deg
     double vel = 0, acc = 0, tol = 0;
-    int32_t trajId = -1;     // -1 for jogs
-    Joints plannedEnd{};     // joints at the end as planned when accepted
+    int32_t trajId = -1;  // -1 for jogs
+    Joints plannedEnd{};  // joints at the end as planned when accepted
     bool isJog() const { return kind == Kind::JogJoint || kind == Kind::JogCart; }
 };
 

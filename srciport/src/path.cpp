@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "path.h"
 
 #include <cmath>
@@ -18,8 +19,7 @@ int JointPath::jointsAt(double s, const Joints&, Joints& out) const {
 }
 
 CartesianPath::CartesianPath(const Kinematics& kin, const Transform& tcpStart, const Vec3& travel,
-                             const Vec3& rotAxisUnit, double rotDeg, const Transform& tool,
-                             uint8_t config)
+                             const Vec3& rotAxisUnit, double rotDeg, const Transform& tool, uint8_t config)
     : kin_(kin),
       start_(tcpStart),
       travel_(travel),
@@ -31,14 +31,12 @@ CartesianPath::CartesianPath(const Kinematics& kin, const Transform& tcpStart, c
     length_ = lin > 1e-6 ? lin : std::fabs(rotDeg);
 }
 
-std::unique_ptr<CartesianPath> CartesianPath::towards(const Kinematics& kin,
-                                                      const Transform& tcpStart,
-                                                      const Transform& tcpEnd,
-                                                      const Transform& tool, uint8_t config) {
+std::unique_ptr<CartesianPath> CartesianPath::towards(const Kinematics& kin, const Transform& tcpStart,
+                                                      const Transform& tcpEnd, const Transform& tool, uint8_t config) {
     Vec3 axis;
     const double angle = rotationAngle(tcpEnd.rot * transpose(tcpStart.rot), &axis);
-    return std::make_unique<CartesianPath>(kin, tcpStart, tcpEnd.pos - tcpStart.pos, axis,
-                                           rad2deg(angle), tool, config);
+    return std::make_unique<CartesianPath>(kin, tcpStart, tcpEnd.pos - tcpStart.pos, axis, rad2deg(angle), tool,
+                                           config);
 }
 
 Transform CartesianPath::tcpAt(double s) const {

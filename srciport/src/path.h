@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Geometric paths of one motion segment, parameterised by arc length s in [0, length()].
 // Joint paths use the travel of the leading joint (deg); Cartesian paths the TCP travel (mm),
 // or the rotation angle (deg) when the TCP does not translate.
@@ -33,12 +34,11 @@ private:
 // orientations when built by towards()). All vectors in world coordinates.
 class CartesianPath final : public Path {
 public:
-    CartesianPath(const Kinematics& kin, const Transform& tcpStart, const Vec3& travel,
-                  const Vec3& rotAxisUnit, double rotDeg, const Transform& tool, uint8_t config);
+    CartesianPath(const Kinematics& kin, const Transform& tcpStart, const Vec3& travel, const Vec3& rotAxisUnit,
+                  double rotDeg, const Transform& tool, uint8_t config);
     // From tcpStart to tcpEnd, the shortest rotation between them.
     static std::unique_ptr<CartesianPath> towards(const Kinematics& kin, const Transform& tcpStart,
-                                                  const Transform& tcpEnd, const Transform& tool,
-                                                  uint8_t config);
+                                                  const Transform& tcpEnd, const Transform& tool, uint8_t config);
     double length() const override { return length_; }
     int jointsAt(double s, const Joints& seed, Joints& out) const override;
     // TCP pose (world) at arc position s.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The port classes: thin forwarding to the process-wide simulated arm.
 #include "srciport/srciport.h"
 
@@ -105,14 +106,14 @@ bool finite6(const double* v) {
 
 int SrciPortCmd::calFrameWorldToUser(const double pose[6], const double frame[6], double out[6]) {
     if (!pose || !frame || !out || !finite6(pose) || !finite6(frame)) return 1;
-    srciport::transformToPose(
-        srciport::worldToUser(srciport::poseToTransform(pose), srciport::poseToTransform(frame)), out);
+    srciport::transformToPose(srciport::worldToUser(srciport::poseToTransform(pose), srciport::poseToTransform(frame)),
+                              out);
     return 0;
 }
 
 int SrciPortCmd::calFrameUserToWorld(const double pose[6], const double frame[6], double out[6]) {
     if (!pose || !frame || !out || !finite6(pose) || !finite6(frame)) return 1;
-    srciport::transformToPose(
-        srciport::userToWorld(srciport::poseToTransform(pose), srciport::poseToTransform(frame)), out);
+    srciport::transformToPose(srciport::userToWorld(srciport::poseToTransform(pose), srciport::poseToTransform(frame)),
+                              out);
     return 0;
 }

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Online trapezoidal profile along a path of known length.
 //
 // The profile is planned tick by tick rather than in advance so that a change of the speed

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Power, enable, safety inputs and the controller error latch.
 // Times are simulator seconds; requests complete when tick() sees their due time.
 #pragma once

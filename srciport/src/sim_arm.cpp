@@ -1,12 +1,13 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "srciport/sim_arm.h"
 
 #include "sim_arm_impl.h"
 
+#include <pthread.h>
+#include <time.h>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
-#include <pthread.h>
-#include <time.h>
 
 namespace srciport {
 
@@ -99,8 +100,7 @@ void SimArm::Impl::publishLocked() {
         s.hard_limits[2 * j] = hard[j][0];
         s.hard_limits[2 * j + 1] = hard[j][1];
     }
-    const Transform tcp = inverse(poseToTransform(frames[frameId])) * kin.forward(q) *
-                          poseToTransform(tools[toolId]);
+    const Transform tcp = inverse(poseToTransform(frames[frameId])) * kin.forward(q) * poseToTransform(tools[toolId]);
     transformToPose(tcp, s.act_cartpos);
     std::memcpy(s.act_tcs_in_ucs, s.act_cartpos, sizeof s.act_cartpos);
     s.cur_trajId = motion.trajId();
@@ -142,8 +142,8 @@ void SimArm::Impl::threadMain() {
         // After a long stall (debugger, overloaded host) continue from now instead of racing.
         timespec cur;
         clock_gettime(CLOCK_MONOTONIC, &cur);
-        const double lag = static_cast<double>(cur.tv_sec - next.tv_sec) +
-                           static_cast<double>(cur.tv_nsec - next.tv_nsec) * 1e-9;
+        const double lag =
+            static_cast<double>(cur.tv_sec - next.tv_sec) + static_cast<double>(cur.tv_nsec - next.tv_nsec) * 1e-9;
         if (lag > 10 * kTick) next = cur;
     }
 }

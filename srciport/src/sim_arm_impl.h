@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // State of the simulated arm shared by its lifecycle/status part (sim_arm.cpp) and its
 // command part (sim_commands.cpp). Everything here is guarded by `mu`.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Commands of the simulated arm: validation, then one change of state under the lock.
 #include "sim_arm_impl.h"
 #include "srciport/codes.h"
@@ -17,9 +18,7 @@ bool finite(const double* v, int n) {
     return true;
 }
 
-Transform optionalPose(const double* pose) {
-    return pose ? poseToTransform(pose) : Transform{};
-}
+Transform optionalPose(const double* pose) { return pose ? poseToTransform(pose) : Transform{}; }
 
 }  // namespace
 
@@ -72,8 +71,7 @@ void SimArm::errorInfo(int& code, int& type) const {
 namespace {
 
 bool validDynamics(double vel, double acc, double tol) {
-    return std::isfinite(vel) && std::isfinite(acc) && std::isfinite(tol) && vel > 0 && acc > 0 &&
-           tol >= 0;
+    return std::isfinite(vel) && std::isfinite(acc) && std::isfinite(tol) && vel > 0 && acc > 0 && tol >= 0;
 }
 
 int32_t trajIdOf(uint32_t id) { return static_cast<int32_t>(id & 0x7FFFFFFFu); }
@@ -296,8 +294,7 @@ int SimArm::kineInit(const double dh[6][4]) {
 
 int SimArm::fkine(const double joints[6], double pose[6], unsigned char* config, const double tool[6],
                   const double frame[6]) const {
-    if (!joints || !pose || !finite(joints, 6) || (tool && !finite(tool, 6)) ||
-        (frame && !finite(frame, 6)))
+    if (!joints || !pose || !finite(joints, 6) || (tool && !finite(tool, 6)) || (frame && !finite(frame, 6)))
         return kErrBadArgument;
     Joints q;
     for (int j = 0; j < 6; ++j) q[j] = joints[j];

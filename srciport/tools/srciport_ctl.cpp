@@ -1,12 +1,13 @@
+// SPDX-License-Identifier: Apache-2.0
 // srciport-ctl: sends one request line to the simulated arm's control channel and prints
 // the answer.
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <string>
-#include <sys/socket.h>
-#include <sys/un.h>
-#include <unistd.h>
 
 namespace {
 

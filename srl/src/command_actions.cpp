@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "command_actions.h"
 
 #include <cstddef>
@@ -18,15 +19,17 @@ static constexpr int8_t kSeverityError = 28, kSeverityFatal = 29;
 static int8_t severity_for(uint16_t c) {
     if (c == 0) return 0;
     switch (c >> 12) {
-        case 0x6: return 5;
-        case 0x7: return 20;
-        default: return kSeverityError;
+        case 0x6:
+            return 5;
+        case 0x7:
+            return 20;
+        default:
+            return kSeverityError;
     }
 }
 
-void queue(uint16_t id, uint8_t parseq, uint8_t st, uint16_t alarm, const RecordDesc* rsp,
-           const uint8_t* host, int8_t severity, const uint8_t* wire_patch, uint16_t patch_off,
-           uint16_t patch_len) {
+void queue(uint16_t id, uint8_t parseq, uint8_t st, uint16_t alarm, const RecordDesc* rsp, const uint8_t* host,
+           int8_t severity, const uint8_t* wire_patch, uint16_t patch_off, uint16_t patch_len) {
     uint8_t wire[SRL_TELEGRAM_SIZE] = {};
     uint16_t len = 4;
     if (rsp != nullptr) {
@@ -106,14 +109,12 @@ void finalize(uint16_t id, uint8_t st, uint16_t alarm, const uint8_t* host) {
     release(id);
 }
 
-void error_answer(uint16_t id, uint8_t parseq, uint16_t alarm, const RecordDesc* rsp,
-                  const uint8_t* host) {
+void error_answer(uint16_t id, uint8_t parseq, uint16_t alarm, const RecordDesc* rsp, const uint8_t* host) {
     queue(id, parseq, state::Error, alarm, rsp, host, 28);
 }
 
 static bool is_motion_like(const Entry& e) {
-    return e.live && e.info != nullptr &&
-           (e.info->kind == Kind::Motion || e.info->kind == Kind::GroupJog);
+    return e.live && e.info != nullptr && (e.info->kind == Kind::Motion || e.info->kind == Kind::GroupJog);
 }
 
 // Marks what runs now as removed by the adapter; the sweep finalises what it does not report.
@@ -143,8 +144,7 @@ void send_enable_robot(uint16_t id, uint8_t st, bool enabled, uint16_t alarm, in
 }
 
 uint8_t jog_bits(const Entry& e) {
-    return static_cast<uint8_t>((e.enabled ? 1 : 0) | (e.distance_reached ? 2 : 0) |
-                                (e.motion_active ? 4 : 0));
+    return static_cast<uint8_t>((e.enabled ? 1 : 0) | (e.distance_reached ? 2 : 0) | (e.motion_active ? 4 : 0));
 }
 
 void send_jog(uint16_t id, uint8_t st, uint16_t alarm) {
@@ -185,8 +185,7 @@ void send_exchange(uint16_t id) {
     r.SyncStateRC[0] = C().data_in_sync;
     r.SyncStateRC[1] = 0;
     std::memcpy(&r.SyncStateRC[2], C().change_index, 4);
-    queue(id, e.parseq, state::Active, 0, &rec::kRspExchangeConfiguration,
-          reinterpret_cast<const uint8_t*>(&r));
+    queue(id, e.parseq, state::Active, 0, &rec::kRspExchangeConfiguration, reinterpret_cast<const uint8_t*>(&r));
 }
 
 }  // namespace srl::detail

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Cyclic work of the command register: adapter reports, stop completion, the sweep that ends
 // dropped commands, enable supervision and interface stops.
 #include <cstring>
@@ -18,10 +19,18 @@ using namespace detail;
 void jog_report(uint16_t id, int st, int err) {
     Entry& e = C().acr[id];
     switch (st) {
-        case 3: e.jog_running = true; break;
-        case 0: case 1: case 2: e.jog_running = false; break;
-        case 4: return finalize(id, state::Error, err == 0 ? code::Internal : wire_code(err));
-        default: return;
+        case 3:
+            e.jog_running = true;
+            break;
+        case 0:
+        case 1:
+        case 2:
+            e.jog_running = false;
+            break;
+        case 4:
+            return finalize(id, state::Error, err == 0 ? code::Internal : wire_code(err));
+        default:
+            return;
     }
     const bool active = e.jog_running && arm_moving(ctx().cyc);
     if (active != e.motion_active) {
@@ -100,7 +109,8 @@ void commands_tick() {
                 }
                 break;
             }
-            default: break;
+            default:
+                break;
         }
     }
 
@@ -109,7 +119,8 @@ void commands_tick() {
     if (!doomed) {
         c.still_cycles = 0;
     } else {
-        c.still_cycles = moving ? 0 : static_cast<uint16_t>(c.still_cycles < 0xFFFF ? c.still_cycles + 1 : c.still_cycles);
+        c.still_cycles =
+            moving ? 0 : static_cast<uint16_t>(c.still_cycles < 0xFFFF ? c.still_cycles + 1 : c.still_cycles);
         const uint16_t grace = x.cfg.drop_grace_cycles;
         for (uint16_t id = 1; id <= kMaxAcr; ++id) {
             Entry& e = c.acr[id];
@@ -149,7 +160,7 @@ void commands_tick() {
 void call_internal(Slot slot, uint16_t cmd_type) {
     uint8_t host[8] = {};
     std::memcpy(host, &cmd_type, 2);  // host-order record
-    host[2] = 2;  // parallel
+    host[2] = 2;                      // parallel
     uint8_t out[SRL_TELEGRAM_SIZE];
     if (registered(ctx().reg, slot)) call_handler(slot, host, 4, 0, out);
 }
@@ -190,18 +201,24 @@ void commands_motion_report(int rid, int st, int error_code) {
     if (e.info->kind == Kind::GroupJog) return jog_report(id, st, error_code);
     if (e.info->kind != Kind::Motion) return;
     switch (st) {
-        case -1: return set_motion_state(id, state::Buffered);
-        case 3: return set_motion_state(id, state::Active);
-        case 2: return set_motion_state(id, state::Interrupted);
+        case -1:
+            return set_motion_state(id, state::Buffered);
+        case 3:
+            return set_motion_state(id, state::Active);
+        case 2:
+            return set_motion_state(id, state::Interrupted);
         case 1: {
             uint8_t host[16] = {};
             const uint16_t progress = kMotionDoneProgress;
             std::memcpy(host + 8, &progress, 2);
             return finalize(id, state::Done, 0, host);
         }
-        case 0: return finalize(id, state::Aborted, e.doom_code != 0 ? e.doom_code : code::AbortedByStop);
-        case 4: return finalize(id, state::Error, error_code == 0 ? code::Internal : wire_code(error_code));
-        default: logf("srl: unknown motion state %d for id %d", st, rid);
+        case 0:
+            return finalize(id, state::Aborted, e.doom_code != 0 ? e.doom_code : code::AbortedByStop);
+        case 4:
+            return finalize(id, state::Error, error_code == 0 ? code::Internal : wire_code(error_code));
+        default:
+            logf("srl: unknown motion state %d for id %d", st, rid);
     }
 }
 

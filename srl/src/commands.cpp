@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Command dispatch: new commands and parameter updates arriving from the fragments.
 #include "commands.h"
 
@@ -20,16 +21,22 @@ using namespace detail;
 bool exec_mode_ok(const CmdInfo& info, uint8_t exec) {
     const Kind kind = info.kind;
     switch (exec) {
-        case 0: case 7: return true;                   // sequence (one sequence served)
-        case 1: case 8: return handler_aborts_others(info.type);
-        case 2: case 3: return kind != Kind::Motion;   // parallel / continuous
-        default: return false;                         // trigger and stop modes, unused values
+        case 0:
+        case 7:
+            return true;  // sequence (one sequence served)
+        case 1:
+        case 8:
+            return handler_aborts_others(info.type);
+        case 2:
+        case 3:
+            return kind != Kind::Motion;  // parallel / continuous
+        default:
+            return false;  // trigger and stop modes, unused values
     }
 }
 
 bool single_instance(Kind k) {
-    return k == Kind::EnableRobot || k == Kind::GroupJog || k == Kind::ExchangeConfig ||
-           k == Kind::ReadMessages;
+    return k == Kind::EnableRobot || k == Kind::GroupJog || k == Kind::ExchangeConfig || k == Kind::ReadMessages;
 }
 
 bool other_instance_live(uint16_t type, uint16_t except) {
@@ -48,10 +55,14 @@ void apply_lifesign_timeout(const uint8_t* host) {
 
 Slot jog_slot(uint8_t mode) {
     switch (mode) {
-        case 0: return Slot::JogFrame;
-        case 1: return Slot::JogTool;
-        case 2: return Slot::JogJoint;
-        default: return Slot::None;
+        case 0:
+            return Slot::JogFrame;
+        case 1:
+            return Slot::JogTool;
+        case 2:
+            return Slot::JogJoint;
+        default:
+            return Slot::None;
     }
 }
 
@@ -125,8 +136,7 @@ bool work_area_number(const uint8_t* p, uint16_t len, uint8_t& n) {
 }
 
 // ---------------------------------------------------------------- command start
-void start_instant(uint16_t id, const CmdInfo& info, uint8_t parseq, uint8_t* host,
-                   const uint8_t* p, uint16_t len) {
+void start_instant(uint16_t id, const CmdInfo& info, uint8_t parseq, uint8_t* host, const uint8_t* p, uint16_t len) {
     if (info.type == cmd::ReadWorkArea || info.type == cmd::WriteWorkArea) {
         uint8_t area = 0;
         if (!work_area_number(p, len, area)) {
@@ -169,11 +179,20 @@ void start_instant(uint16_t id, const CmdInfo& info, uint8_t parseq, uint8_t* ho
             patch[1] = cyc.current_frame;
             patch_len = 2;
             break;
-        case cmd::SetOperationMode: cyc.operation_mode = value; break;
-        case cmd::SetSequence: cyc.active_sequence = value; break;
-        case cmd::GroupContinue: cyc.sequence_interrupted = false; break;
-        case cmd::GroupReset: ctx().fast_stop_zero_is_reset = true; break;
-        default: break;
+        case cmd::SetOperationMode:
+            cyc.operation_mode = value;
+            break;
+        case cmd::SetSequence:
+            cyc.active_sequence = value;
+            break;
+        case cmd::GroupContinue:
+            cyc.sequence_interrupted = false;
+            break;
+        case cmd::GroupReset:
+            ctx().fast_stop_zero_is_reset = true;
+            break;
+        default:
+            break;
     }
     queue(id, parseq, state::Done, 0, info.rsp, out, -1, patch_len ? patch : nullptr, 4, patch_len);
 }
@@ -184,11 +203,9 @@ void start(uint16_t id, const uint8_t* p, uint16_t len) {
     const uint8_t parseq = static_cast<uint8_t>(p[3] >> 4);
     const CmdInfo* info = find_command(type);
     if (info == nullptr) {
-        return error_answer(id, parseq,
-                            known_command_type(type) ? code::NotImplemented : code::TypeOutOfRange);
+        return error_answer(id, parseq, known_command_type(type) ? code::NotImplemented : code::TypeOutOfRange);
     }
-    if (info->kind != Kind::ReadMessages && info->kind != Kind::GroupJog &&
-        !registered(ctx().reg, info->slot)) {
+    if (info->kind != Kind::ReadMessages && info->kind != Kind::GroupJog && !registered(ctx().reg, info->slot)) {
         return error_answer(id, parseq, code::NotImplemented, info->rsp);
     }
     if (!exec_mode_ok(*info, exec)) return error_answer(id, parseq, code::InvalidExecMode, info->rsp);

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Active Command Register: command dispatch to the handlers, rolling adapter ids, wire states
 // and the guarantee that every transmitted command reaches a final state.
 #pragma once
@@ -14,9 +15,9 @@ namespace srl {
 struct Entry {
     bool live = false;
     const CmdInfo* info = nullptr;
-    uint8_t rid = 0;       // id the adapter knows the command by (byte 255)
-    uint8_t parseq = 0;    // parameter set in effect
-    uint8_t state = 0;     // last wire state queued
+    uint8_t rid = 0;     // id the adapter knows the command by (byte 255)
+    uint8_t parseq = 0;  // parameter set in effect
+    uint8_t state = 0;   // last wire state queued
     // Removed by a stop/abort: finalised as Aborted with this code unless the adapter reports.
     uint16_t doom_code = 0;
     uint64_t doom_cycle = 0;
@@ -26,9 +27,9 @@ struct Entry {
     bool jog_running = false;
     bool distance_reached = false;
     bool motion_active = false;
-    uint8_t record[32] = {};    // last host command record (EnableRobot, GroupJog)
-    uint8_t answer[32] = {};    // last handler answer (ExchangeConfiguration)
-    MotionProgress motion;      // moves: Progress and RemainingDistance while Active
+    uint8_t record[32] = {};  // last host command record (EnableRobot, GroupJog)
+    uint8_t answer[32] = {};  // last handler answer (ExchangeConfiguration)
+    MotionProgress motion;    // moves: Progress and RemainingDistance while Active
 };
 
 struct Commands {
@@ -48,8 +49,7 @@ struct Commands {
 struct CommandSink final : FragmentSink {
     bool command_live(uint16_t cmd_id) override;
     void command_reset(uint16_t cmd_id) override;
-    void payload_complete(uint16_t cmd_id, const uint8_t* payload, uint16_t len,
-                          bool is_new) override;
+    void payload_complete(uint16_t cmd_id, const uint8_t* payload, uint16_t len, bool is_new) override;
     void reject(uint16_t cmd_id, uint16_t code) override;
     uint16_t length_acr() override;
 };
@@ -58,8 +58,7 @@ struct CommandSink final : FragmentSink {
 struct RefusingSink final : FragmentSink {
     bool command_live(uint16_t) override { return false; }
     void command_reset(uint16_t) override {}
-    void payload_complete(uint16_t cmd_id, const uint8_t* payload, uint16_t len,
-                          bool is_new) override;
+    void payload_complete(uint16_t cmd_id, const uint8_t* payload, uint16_t len, bool is_new) override;
     void reject(uint16_t, uint16_t) override {}
     uint16_t length_acr() override;
 };

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The interpreter's whole state: one instance, fixed size, no heap.
 #pragma once
 
@@ -35,7 +36,7 @@ struct Context {
     uint32_t client_time = 0;
     uint8_t fast_stop = 0;
     bool fast_stop_zero_is_reset = true;  // after GroupReset Done and around (re-)initialisation
-    uint8_t area[256] = {};  // R->P sequence area repeated while the ACK is unchanged
+    uint8_t area[256] = {};               // R->P sequence area repeated while the ACK is unchanged
     uint16_t area_len = 0;
     unsigned long torn_telegrams = 0;
 };

@@ -1,11 +1,12 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "cyclic.h"
 
 #include <cstring>
 
+#include "context.h"
 #include "log_queue.h"
 #include "record_tables.h"
 #include "registry.h"
-#include "context.h"
 #include "srl/srl_api.h"
 
 namespace srl {
@@ -76,7 +77,7 @@ void refresh_system_state(Cyclic& c, uint8_t telegram_state, SequenceState seq, 
     s.telegramState = telegram_state;
     if (telegram_state == 255) s.riState = c.ra_enabled ? 'H' : 'G';
     else if (telegram_state == 254) s.riState = 'A';  // waiting for INITIALIZE
-    else s.riState = 'E';                              // interface error 161..173
+    else s.riState = 'E';                             // interface error 161..173
     s.rcSequenceState = static_cast<uint8_t>(91 + static_cast<int>(seq));
     s.rcPowerState = c.ra_enabled ? 1 : 0;
     c.system.operationMode = c.operation_mode;

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Cyclic data: the RA status word, the override, the R->P position blocks and the system state
 // the adapter reads back.
 #pragma once
@@ -11,8 +12,11 @@ namespace srl {
 
 namespace status {
 enum : uint32_t {
-    IsMoving = 1u << 0, PrimarySequencePaused = 1u << 1, SecondarySequenceActive = 1u << 3,
-    ErrorPending = 1u << 5, Enabled = 1u << 7,
+    IsMoving = 1u << 0,
+    PrimarySequencePaused = 1u << 1,
+    SecondarySequenceActive = 1u << 3,
+    ErrorPending = 1u << 5,
+    Enabled = 1u << 7,
 };
 // Bits the adapter maintains through srl_set_cyclic_parameter; the others are the interpreter's.
 inline constexpr uint32_t kAdapterOwned = (1u << 0) | (1u << 2) | (1u << 4) | (1u << 6) | (0x1Fu << 13);

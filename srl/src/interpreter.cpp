@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The cycle: one P->R telegram in, one R->P telegram out.
 #include <chrono>
 #include <cmath>
@@ -17,8 +18,7 @@ Context g_context;
 
 uint64_t monotonic_ms() {
     using namespace std::chrono;
-    return static_cast<uint64_t>(
-        duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count());
+    return static_cast<uint64_t>(duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count());
 }
 
 bool in_error_state(uint8_t s) { return s >= 161 && s <= 173; }
@@ -148,8 +148,7 @@ uint64_t now_ms() { return g_context.clock != nullptr ? g_context.clock() : mono
 
 SequenceState sequence_state() {
     if (g_context.cyc.sequence_interrupted) return SequenceState::Interrupted;
-    return commands_motion_live() || commands_jog_running() ? SequenceState::Executing
-                                                            : SequenceState::Idle;
+    return commands_motion_live() || commands_jog_running() ? SequenceState::Executing : SequenceState::Idle;
 }
 
 uint16_t default_lifesign_timeout() {
@@ -197,20 +196,17 @@ void srl_config_reset() {
 }
 
 // ---------------------------------------------------------------- initialisation
-void srl_set_init_parameter(LRob_typePersistentData* persistent,
-                            LRob_typeServerAxesGroupParameter* axesGroup) {
+void srl_set_init_parameter(LRob_typePersistentData* persistent, LRob_typeServerAxesGroupParameter* axesGroup) {
     ctx().persistent = persistent;
     ctx().axes = axesGroup;
 }
 
 void srl_set_return_to_primary_behaviors(const unsigned char*, int count, int mode) {
-    srl::logf("srl: return-to-primary behaviours (%d, mode %d) noted; ReturnToPrimary is not served",
-              count, mode);
+    srl::logf("srl: return-to-primary behaviours (%d, mode %d) noted; ReturnToPrimary is not served", count, mode);
 }
 
 void srl_robot_init_complete_set_operation_mode_to_edk(int operationMode) {
-    if (operationMode >= 1 && operationMode <= 6)
-        ctx().cyc.operation_mode = static_cast<uint8_t>(operationMode);
+    if (operationMode >= 1 && operationMode <= 6) ctx().cyc.operation_mode = static_cast<uint8_t>(operationMode);
 }
 
 // ---------------------------------------------------------------- record coding
@@ -254,8 +250,7 @@ void srl_set_ra_state(int raState) {
 void srl_get_cyclic_parameter(void* block) {
     if (block == nullptr) return;
     srl::Context& x = ctx();
-    const uint32_t status =
-        srl::status_word(x.cyc, srl::message_error_pending(x.msgs), srl::sequence_state());
+    const uint32_t status = srl::status_word(x.cyc, srl::message_error_pending(x.msgs), srl::sequence_state());
     auto* b = static_cast<uint8_t*>(block);
     std::memcpy(b, &status, 4);
     std::memcpy(b + 4, &x.cyc.override_value, 2);
@@ -273,15 +268,12 @@ void srl_set_cyclic_parameter(void* block) {
     c.override_value = override_value > 10000 ? 10000 : override_value;
 }
 
-void srl_set_sync_item_parameters(int itemType, int index, unsigned char*) {
-    srl::commands_sync_item(itemType, index);
-}
+void srl_set_sync_item_parameters(int itemType, int index, unsigned char*) { srl::commands_sync_item(itemType, index); }
 
 void srl_get_system_state(LRob_typeSystemState* state) {
     if (state == nullptr) return;
     srl::Context& x = ctx();
-    srl::refresh_system_state(x.cyc, x.tsm.state, srl::sequence_state(),
-                              srl::commands_motion_live());
+    srl::refresh_system_state(x.cyc, x.tsm.state, srl::sequence_state(), srl::commands_motion_live());
     *state = x.cyc.system;
 }
 
@@ -299,10 +291,8 @@ void srl_rl_server_state(int state) {
 }
 
 // ---------------------------------------------------------------- errors
-int srl_report_error_warning(int8_t& id, bool isProcessed, uint16_t code, int8_t severity,
-                             std::string info) {
+int srl_report_error_warning(int8_t& id, bool isProcessed, uint16_t code, int8_t severity, std::string info) {
     srl::Context& x = ctx();
     return srl::message_report(x.msgs, id, isProcessed, code, severity, info.data(), info.size(),
-                               srl::msgtype::Controller, severity >= 20, x.client_date,
-                               x.client_time);
+                               srl::msgtype::Controller, severity >= 20, x.client_date, x.client_time);
 }

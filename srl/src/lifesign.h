@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Lifesign supervision of the client and the server's own lifesign counter.
 #pragma once
 

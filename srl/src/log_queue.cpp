@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "log_queue.h"
 
 #include <cstdarg>
@@ -48,8 +49,7 @@ void log_pop(char* buffer) {
     LogQueue& q = queue();
     std::lock_guard<std::mutex> lock(q.mutex);
     if (q.dropped != 0) {
-        std::snprintf(buffer, kLogLineLen, "srl: %lu diagnostic lines dropped (queue full)",
-                      q.dropped);
+        std::snprintf(buffer, kLogLineLen, "srl: %lu diagnostic lines dropped (queue full)", q.dropped);
         q.dropped = 0;
         return;
     }

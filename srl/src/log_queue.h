@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The interpreter's own diagnostics: a bounded queue drained by srl_get_log from another thread.
 #pragma once
 

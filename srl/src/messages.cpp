@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "messages.h"
 
 #include <cstring>
@@ -100,9 +101,8 @@ Message* find(Messages& m, uint8_t id) {
 
 }  // namespace
 
-int message_report(Messages& m, int8_t& id, bool processed, uint32_t code, int8_t severity,
-                   const char* text, size_t text_len, uint8_t type, bool active, uint16_t date,
-                   uint32_t time) {
+int message_report(Messages& m, int8_t& id, bool processed, uint32_t code, int8_t severity, const char* text,
+                   size_t text_len, uint8_t type, bool active, uint16_t date, uint32_t time) {
     if (processed) {
         Message* s = find(m, static_cast<uint8_t>(id));
         if (s == nullptr) return -1;

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The ReadMessages channel and the list of unprocessed errors behind ErrorPending.
 #pragma once
 
@@ -42,9 +43,8 @@ struct Messages {
 
 // New message (processed false): gets an id, written back; processed true: the id's error is
 // no longer pending. Returns 0 or -1 (queue full / unknown id).
-int message_report(Messages& m, int8_t& id, bool processed, uint32_t code, int8_t severity,
-                   const char* text, size_t text_len, uint8_t type, bool active, uint16_t date,
-                   uint32_t time);
+int message_report(Messages& m, int8_t& id, bool processed, uint32_t code, int8_t severity, const char* text,
+                   size_t text_len, uint8_t type, bool active, uint16_t date, uint32_t time);
 bool message_error_pending(const Messages& m);
 
 // Channel events; each may queue a ReadMessages response.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "progress.h"
 
 #include <cmath>
@@ -10,17 +11,14 @@
 namespace srl {
 namespace {
 
-static_assert(offsetof(LRob_typeServerRspMoveAxesAbs, Progress) ==
-              offsetof(LRob_typeServerRspMoveLinAbs, Progress));
+static_assert(offsetof(LRob_typeServerRspMoveAxesAbs, Progress) == offsetof(LRob_typeServerRspMoveLinAbs, Progress));
 
 // At most one Active answer per this many cycles (100 ms), and only when the values moved.
 constexpr uint64_t kMinCyclesBetweenAnswers = 25;
 constexpr uint16_t kMinProgressStep = 100;  // 1 %
 constexpr float kMinDistanceStep = 1.0f;    // mm
 
-const float* position_of(const MotionProgress& p, const Cyclic& c) {
-    return p.cartesian ? c.cartesian : c.joints;
-}
+const float* position_of(const MotionProgress& p, const Cyclic& c) { return p.cartesian ? c.cartesian : c.joints; }
 
 // Cartesian: straight-line distance of the TCP; axes: the largest joint difference.
 float distance(const MotionProgress& p, const float* a, const float* b) {
@@ -51,8 +49,7 @@ void progress_init(MotionProgress& p, uint16_t cmd_type, const uint8_t* host) {
 }
 
 bool progress_update(MotionProgress& p, const Cyclic& c) {
-    if (p.cartesian && ((p.tool != 255 && p.tool != c.current_tool) ||
-                        (p.frame != 255 && p.frame != c.current_frame)))
+    if (p.cartesian && ((p.tool != 255 && p.tool != c.current_tool) || (p.frame != 255 && p.frame != c.current_frame)))
         return false;
     const float* now = position_of(p, c);
     if (!p.started) {
@@ -79,8 +76,7 @@ bool progress_worth_sending(const MotionProgress& p, uint64_t cycle) {
 
 void progress_fill(MotionProgress& p, uint8_t* host_rsp, uint64_t cycle) {
     std::memcpy(host_rsp + offsetof(LRob_typeServerRspMoveLinAbs, Progress), &p.progress, 2);
-    if (p.cartesian)
-        std::memcpy(host_rsp + offsetof(LRob_typeServerRspMoveLinAbs, RemainingDistance), &p.remaining, 4);
+    if (p.cartesian) std::memcpy(host_rsp + offsetof(LRob_typeServerRspMoveLinAbs, RemainingDistance), &p.remaining, 4);
     p.sent_progress = p.progress;
     p.sent_remaining = p.remaining;
     p.sent_cycle = cycle;

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Progress and RemainingDistance of a running move, from its target and the position the
 // adapter pushes every cycle (srl_set_current_pos).
 #pragma once
@@ -9,13 +10,13 @@
 namespace srl {
 
 struct MotionProgress {
-    bool cartesian = false;  // linear/direct: XYZ in mm; axes: joints in degrees
-    bool started = false;    // start position taken (first Active)
+    bool cartesian = false;           // linear/direct: XYZ in mm; axes: joints in degrees
+    bool started = false;             // start position taken (first Active)
     uint8_t tool = 255, frame = 255;  // the target's tool and frame (255: the current ones)
     float target[6] = {};
     float start[6] = {};
-    uint16_t progress = 0;   // percent x 100
-    float remaining = 0;     // mm (Cartesian moves only)
+    uint16_t progress = 0;  // percent x 100
+    float remaining = 0;    // mm (Cartesian moves only)
     uint16_t sent_progress = 0;
     float sent_remaining = 0;
     uint64_t sent_cycle = 0;

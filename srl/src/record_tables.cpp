@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Offsets follow the payload tables of the SRCI standard (wire) and srl_types.h (host). Where
 // both agree the wire and host columns are equal; the differences are commented.
 #include "record_tables.h"
@@ -15,10 +16,14 @@ constexpr Field D(uint16_t w, uint16_t h, uint16_t n = 1) { return {w, h, n, FT:
 
 constexpr uint16_t width(const Field& f) {
     switch (f.type) {
-        case FT::U16: return static_cast<uint16_t>(2 * f.count);
-        case FT::U32: return static_cast<uint16_t>(4 * f.count);
-        case FT::U16ToU8: return 2;
-        default: return f.count;
+        case FT::U16:
+            return static_cast<uint16_t>(2 * f.count);
+        case FT::U32:
+            return static_cast<uint16_t>(4 * f.count);
+        case FT::U16ToU8:
+            return 2;
+        default:
+            return f.count;
     }
 }
 constexpr uint16_t host_width(const Field& f) { return f.type == FT::U16ToU8 ? 1 : width(f); }
@@ -32,10 +37,9 @@ constexpr bool fits(const Field (&fs)[N], uint16_t wire_len, uint16_t host_len) 
     return true;
 }
 
-#define SRL_DESC(name, fields, wire_len, host_len, fixup)                                  \
+#define SRL_DESC(name, fields, wire_len, host_len, fixup)                                \
     static_assert(fits(fields, wire_len, host_len), #name ": field outside the record"); \
-    const RecordDesc name{wire_len, host_len, fields,                                      \
-                          static_cast<uint16_t>(sizeof(fields) / sizeof(Field)), fixup};
+    const RecordDesc name{wire_len, host_len, fields, static_cast<uint16_t>(sizeof(fields) / sizeof(Field)), fixup};
 
 #define SRL_HDR W(0, 0), B(2, 2, 2)
 #define SRL_STAMP W(4, 4), D(6, 6)
@@ -50,11 +54,10 @@ constexpr Field kHdrOnly[] = {SRL_HDR};
 constexpr Field kEnableRobot[] = {SRL_HDR, B(4, 4, 4)};
 constexpr Field kHdrByte[] = {SRL_HDR, B(4, 4, 1)};
 constexpr Field kOverride[] = {SRL_HDR, W(4, 4)};
-constexpr Field kAxesAbs[] = {SRL_HDR,     B(4, 4, 6),   W(10, 10, 4), B(18, 18, 2), D(20, 20, 2),
+constexpr Field kAxesAbs[] = {SRL_HDR,      B(4, 4, 6),   W(10, 10, 4), B(18, 18, 2), D(20, 20, 2),
                               D(28, 28, 7), B(56, 56, 2), W(58, 58),    D(60, 60, 5)};
-constexpr Field kCartAbs[] = {SRL_HDR,      B(4, 4, 6),   W(10, 10, 4), B(18, 18, 4),
-                              D(22, 22, 2),  D(30, 30, 6), B(54, 54, 6), D(60, 60),
-                              B(64, 64, 6),  W(70, 70),    D(72, 72, 5)};
+constexpr Field kCartAbs[] = {SRL_HDR,      B(4, 4, 6), W(10, 10, 4), B(18, 18, 4), D(22, 22, 2), D(30, 30, 6),
+                              B(54, 54, 6), D(60, 60),  B(64, 64, 6), W(70, 70),    D(72, 72, 5)};
 constexpr Field kJog[] = {SRL_HDR, B(4, 4, 6), D(10, 10, 2), W(18, 18), B(20, 20, 3)};
 constexpr Field kReadPos[] = {SRL_HDR, B(4, 4, 8)};
 constexpr Field kWriteTool[] = {SRL_HDR, SRL_STAMP, D(10, 10, 6), B(34, 34, 5)};
@@ -66,7 +69,7 @@ constexpr Field kWriteSWLimit[] = {SRL_HDR, SRL_STAMP, D(10, 10, 24), B(106, 106
 // Standard layout: FrameNo at 16 and every REAL one byte before the host record's (which carries
 // an extra DefinitionMode byte at 16). WorkAreaNo (bytes 4-5, USInt + reserved or a UINT) is
 // decoded by the command dispatch, which overwrites the host byte set here.
-constexpr Field kWriteWorkArea[] = {SRL_HDR,      {4, 4, 1, FT::U16ToU8}, W(6, 6), D(8, 8),
+constexpr Field kWriteWorkArea[] = {SRL_HDR,      {4, 4, 1, FT::U16ToU8}, W(6, 6),      D(8, 8),
                                     B(12, 12, 4), B(16, 17, 1),           D(17, 18, 34)};
 constexpr Field kReadDigital[] = {SRL_HDR, B(4, 4, 11)};
 constexpr Field kWriteDigital[] = {SRL_HDR, B(4, 4, 23)};
@@ -75,8 +78,7 @@ constexpr Field kFkCmd[] = {D(6, 0, 12)};
 constexpr Field kIkCmd[] = {D(6, 0, 6), B(30, 24, 6), D(36, 30, 6)};
 // Wire 15 DataInSync, 16 reserved, 17 DataEnableSync, 18-19 reserved; the host record keeps
 // them as SyncStatePLC[2] and SyncEnable[2] after one reserved byte.
-constexpr Field kExchangeCfg[] = {SRL_HDR, B(4, 4, 2), W(6, 6, 4), B(14, 14, 1), B(15, 16, 4),
-                                  B(19, 15, 1)};
+constexpr Field kExchangeCfg[] = {SRL_HDR, B(4, 4, 2), W(6, 6, 4), B(14, 14, 1), B(15, 16, 4), B(19, 15, 1)};
 constexpr Field kReadMessages[] = {SRL_HDR, B(4, 4, 3)};
 
 constexpr Field kNone[] = {B(0, 0, 0)};
@@ -85,7 +87,7 @@ constexpr Field kAxesAbsRsp[] = {B(4, 4, 2), W(6, 6), W(8, 8)};
 constexpr Field kCartAbsRsp[] = {B(4, 4, 2), W(6, 6), W(8, 8), D(10, 10)};
 // Wire: E1 at 40, J1..J6 at 44, Cartesian E2..E6 at 68, joint E1..E6 at 88 (112 bytes). The host
 // record keeps joint E1 after J6 and two reserved bytes before the extended values.
-constexpr Field kReadPosRsp[] = {B(4, 4, 2),  W(6, 6),      B(8, 8, 2),  D(10, 10, 6), B(34, 34, 6),
+constexpr Field kReadPosRsp[] = {B(4, 4, 2),   W(6, 6),      B(8, 8, 2),   D(10, 10, 6), B(34, 34, 6),
                                  D(40, 40, 7), D(68, 74, 5), D(88, 68, 1), D(92, 94, 5)};
 constexpr Field kReadToolRsp[] = {SRL_STAMP, D(10, 10, 6), B(34, 34, 6)};
 constexpr Field kReadFrameRsp[] = {SRL_STAMP, B(10, 10, 2), D(12, 12, 6), B(36, 36, 2)};
@@ -95,7 +97,7 @@ constexpr Field kWriteRefDynRsp[] = {D(4, 4, 4)};
 constexpr Field kReadDefDynRsp[] = {SRL_STAMP, W(10, 10, 4), B(18, 18, 1)};
 constexpr Field kWriteDefDynRsp[] = {W(4, 4, 4)};
 constexpr Field kReadSWLimitRsp[] = {SRL_STAMP, D(10, 10, 24), B(106, 106, 1)};
-constexpr Field kReadWorkAreaRsp[] = {B(4, 4, 2),   W(6, 6),       D(8, 8),        B(12, 12, 4),
+constexpr Field kReadWorkAreaRsp[] = {B(4, 4, 2),   W(6, 6),       D(8, 8),       B(12, 12, 4),
                                       B(16, 17, 1), D(17, 18, 34), B(153, 154, 1)};
 constexpr Field kReadDigitalRsp[] = {B(4, 4, 2), W(6, 6), B(8, 8, 5)};
 constexpr Field kWriteDigitalRsp[] = {B(4, 4, 2), W(6, 6)};
@@ -104,11 +106,9 @@ constexpr Field kFkRsp[] = {D(6, 0, 6), B(30, 24, 6), D(36, 30, 6)};
 constexpr Field kIkRsp[] = {D(4, 0, 12)};
 // The host record's four trailing reserved bytes carry the RC working hours (wire 24); wire
 // 28-29 (NumberOfServerLogs) stays 0.
-constexpr Field kExchangeCfgRsp[] = {B(4, 4, 2), W(6, 6), B(8, 8, 10), D(18, 18), B(22, 22, 2),
-                                     D(24, 24)};
+constexpr Field kExchangeCfgRsp[] = {B(4, 4, 2), W(6, 6), B(8, 8, 10), D(18, 18), B(22, 22, 2), D(24, 24)};
 constexpr Field kReadRobotDataRsp[] = {B(4, 4, 128), W(132, 132)};
-constexpr Field kReadMessagesRsp[] = {B(4, 4, 4), W(8, 8), D(10, 10), B(14, 14, 2), D(16, 16),
-                                      B(20, 20, 150)};
+constexpr Field kReadMessagesRsp[] = {B(4, 4, 4), W(8, 8), D(10, 10), B(14, 14, 2), D(16, 16), B(20, 20, 150)};
 constexpr Field kCyclicCart[] = {D(0, 0, 6), B(24, 24, 6), D(30, 30), B(34, 34, 6)};
 
 }  // namespace
@@ -157,7 +157,7 @@ SRL_DESC(kRspInverseKinematic, kIkRsp, 52, sizeof(LRob_typeServerRobotJointPosit
 SRL_DESC(kRspExchangeConfiguration, kExchangeCfgRsp, 30, sizeof(LRob_typeServerRspExchangeConfiguration), nullptr)
 SRL_DESC(kRspReadRobotData, kReadRobotDataRsp, 134, sizeof(LRob_typeServerRspReadRobotData), nullptr)
 SRL_DESC(kRspReadMessages, kReadMessagesRsp, 170, sizeof(RspReadMessages), nullptr)
-SRL_DESC(kCyclicCartesian, kCyclicCart, 40,
-         sizeof(LRob_typeServerAxesGroupOptionalCyclicServerClientCartesianPos_Data), nullptr)
+SRL_DESC(kCyclicCartesian, kCyclicCart, 40, sizeof(LRob_typeServerAxesGroupOptionalCyclicServerClientCartesianPos_Data),
+         nullptr)
 
 }  // namespace srl::rec

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Field tables of every record the interpreter converts between wire and host order.
 #pragma once
 
@@ -34,18 +35,16 @@ struct RspReadMessages {
 static_assert(sizeof(RspReadMessages) == 170);
 
 // Commands (P->R payloads).
-extern const RecordDesc kCmdHeaderOnly, kCmdEnableRobot, kCmdHeaderByte, kCmdChangeSpeedOverride,
-    kCmdMoveAxesAbs, kCmdMoveCartAbs, kCmdMoveJog, kCmdReadActualPosition, kCmdReadNumber,
-    kCmdWriteToolData, kCmdWriteFrameData, kCmdWriteLoadData, kCmdWriteRefDyn, kCmdWriteDefDyn,
-    kCmdWriteSWLimit, kCmdWriteWorkArea, kCmdReadDigitalIO, kCmdWriteDigitalOutputs,
-    kCmdForwardKinematic, kCmdInverseKinematic, kCmdExchangeConfiguration, kCmdReadMessages;
+extern const RecordDesc kCmdHeaderOnly, kCmdEnableRobot, kCmdHeaderByte, kCmdChangeSpeedOverride, kCmdMoveAxesAbs,
+    kCmdMoveCartAbs, kCmdMoveJog, kCmdReadActualPosition, kCmdReadNumber, kCmdWriteToolData, kCmdWriteFrameData,
+    kCmdWriteLoadData, kCmdWriteRefDyn, kCmdWriteDefDyn, kCmdWriteSWLimit, kCmdWriteWorkArea, kCmdReadDigitalIO,
+    kCmdWriteDigitalOutputs, kCmdForwardKinematic, kCmdInverseKinematic, kCmdExchangeConfiguration, kCmdReadMessages;
 
 // Responses (R->P payloads; bytes 0-3 are written by the interpreter, not by the tables).
-extern const RecordDesc kRspHeaderOnly, kRspOneByte, kRspMoveAxesAbs, kRspMoveCartAbs,
-    kRspReadActualPosition, kRspReadToolData, kRspReadFrameData, kRspReadLoadData,
-    kRspReadRefDyn, kRspWriteRefDyn, kRspReadDefDyn, kRspWriteDefDyn, kRspReadSWLimit,
-    kRspReadWorkArea, kRspReadDigitalIO, kRspWriteDigitalOutputs, kRspForwardKinematic,
-    kRspInverseKinematic, kRspExchangeConfiguration, kRspReadRobotData, kRspReadMessages;
+extern const RecordDesc kRspHeaderOnly, kRspOneByte, kRspMoveAxesAbs, kRspMoveCartAbs, kRspReadActualPosition,
+    kRspReadToolData, kRspReadFrameData, kRspReadLoadData, kRspReadRefDyn, kRspWriteRefDyn, kRspReadDefDyn,
+    kRspWriteDefDyn, kRspReadSWLimit, kRspReadWorkArea, kRspReadDigitalIO, kRspWriteDigitalOutputs,
+    kRspForwardKinematic, kRspInverseKinematic, kRspExchangeConfiguration, kRspReadRobotData, kRspReadMessages;
 
 // R->P cyclic Cartesian block (bit 1), host record of the cyclic position handler.
 extern const RecordDesc kCyclicCartesian;

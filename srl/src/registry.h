@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The adapter's registered handlers.
 #pragma once
 
@@ -6,12 +7,46 @@
 namespace srl {
 
 enum class Slot : uint8_t {
-    RobotEnable, ReadTool, WriteTool, ReadFrame, WriteFrame, WriteLoad, ReadLoad, WriteRefDyn,
-    ReadRefDyn, WriteDefDyn, ReadDefDyn, WriteSWLimit, ReadSWLimit, ReadActualPos, MoveAxesAbs,
-    GroupReset, ReadRobotData, MoveLinAbs, MoveDirectAbs, SetOpMode, ChangeOverride,
-    GroupContinue, GroupPause, GroupStop, ReadDI, ReadDO, WriteDO, ExchangeConfig, JogFrame,
-    JogTool, JogJoint, Disable, ReadWorkArea, WriteWorkArea, CyclicPos, SetSequence, ForwardKin,
-    InverseKin, EnableParam, ClearCmd,
+    RobotEnable,
+    ReadTool,
+    WriteTool,
+    ReadFrame,
+    WriteFrame,
+    WriteLoad,
+    ReadLoad,
+    WriteRefDyn,
+    ReadRefDyn,
+    WriteDefDyn,
+    ReadDefDyn,
+    WriteSWLimit,
+    ReadSWLimit,
+    ReadActualPos,
+    MoveAxesAbs,
+    GroupReset,
+    ReadRobotData,
+    MoveLinAbs,
+    MoveDirectAbs,
+    SetOpMode,
+    ChangeOverride,
+    GroupContinue,
+    GroupPause,
+    GroupStop,
+    ReadDI,
+    ReadDO,
+    WriteDO,
+    ExchangeConfig,
+    JogFrame,
+    JogTool,
+    JogJoint,
+    Disable,
+    ReadWorkArea,
+    WriteWorkArea,
+    CyclicPos,
+    SetSequence,
+    ForwardKin,
+    InverseKin,
+    EnableParam,
+    ClearCmd,
     None,  // commands the interpreter serves itself
     Count = None,
 };

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Responses waiting for the next new ACK, and the R->P sequence area built from them.
 #pragma once
 
@@ -5,9 +6,9 @@
 
 namespace srl {
 
-inline constexpr uint16_t kMaxAcr = 64;           // highest CmdID the interpreter can track
-inline constexpr uint16_t kMaxResponse = 240;     // longest response payload
-inline constexpr uint16_t kMaxForeignPending = 16;// answers to CmdIDs outside the ACR
+inline constexpr uint16_t kMaxAcr = 64;             // highest CmdID the interpreter can track
+inline constexpr uint16_t kMaxResponse = 240;       // longest response payload
+inline constexpr uint16_t kMaxForeignPending = 16;  // answers to CmdIDs outside the ACR
 inline constexpr int kMaxFragmentsPerSequence = 9;
 
 struct PendingResponse {

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "sequence_rx.h"
 
 #include <cstring>
@@ -14,8 +15,8 @@ constexpr uint8_t kClear = 0x04;
 constexpr uint16_t kFragmentHeader = 8;
 
 namespace code {
-constexpr uint16_t CmdIdRange = 0x9A03, FragmentLength = 0x9A04, SequenceLength = 0x9A07,
-                   ActionByte = 0x9A08, PayloadPointer = 0x9A10;
+constexpr uint16_t CmdIdRange = 0x9A03, FragmentLength = 0x9A04, SequenceLength = 0x9A07, ActionByte = 0x9A08,
+                   PayloadPointer = 0x9A10;
 }
 
 void restart(RxBuffer& b, bool is_new) {
@@ -68,8 +69,7 @@ void handle_fragment(SequenceRx& rx, const uint8_t* f, FragmentSink& sink) {
     }
     b.length = uint32_t{pointer} + n;
     if (action & kComplete) {
-        const uint16_t len =
-            static_cast<uint16_t>(b.length < kMaxCommandPayload ? b.length : kMaxCommandPayload);
+        const uint16_t len = static_cast<uint16_t>(b.length < kMaxCommandPayload ? b.length : kMaxCommandPayload);
         b.active = false;
         sink.payload_complete(id, b.data, len, b.is_new);
     }
@@ -77,14 +77,13 @@ void handle_fragment(SequenceRx& rx, const uint8_t* f, FragmentSink& sink) {
 
 }  // namespace
 
-bool sequence_process(SequenceRx& rx, const uint8_t* tel, uint16_t seq_off, uint16_t end,
-                      FragmentSink& sink) {
+bool sequence_process(SequenceRx& rx, const uint8_t* tel, uint16_t seq_off, uint16_t end, FragmentSink& sink) {
     if (seq_off + 4 > end) return false;
     const uint16_t payload = be16(tel + seq_off + 2);
     const uint16_t start = static_cast<uint16_t>(seq_off + 4);
     if (payload > end - start) {
-        logf("srl: sequence payload length %u exceeds the telegram (0x%04X), content discarded",
-             payload, code::SequenceLength);
+        logf("srl: sequence payload length %u exceeds the telegram (0x%04X), content discarded", payload,
+             code::SequenceLength);
         return false;
     }
     // First pass: the fragment chain must exactly fill the announced length.
@@ -92,8 +91,7 @@ bool sequence_process(SequenceRx& rx, const uint8_t* tel, uint16_t seq_off, uint
     while (off < payload) {
         if (payload - off < kFragmentHeader ||
             kFragmentHeader + uint32_t{be16(tel + start + off + 6)} > payload - off) {
-            logf("srl: fragment length inconsistent (0x%04X), content discarded",
-                 code::FragmentLength);
+            logf("srl: fragment length inconsistent (0x%04X), content discarded", code::FragmentLength);
             return false;
         }
         off += kFragmentHeader + be16(tel + start + off + 6);

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "telegram_state.h"
 
 #include <algorithm>
@@ -44,11 +45,9 @@ uint8_t validate_initialize(const uint8_t* tel, const srl_config& cfg) {
     const uint16_t r2p = be16(tel + 10);
     if ((p2r & kTwoSequencesBit) != (r2p & kTwoSequencesBit)) return tstate::NumbersInconsistent;
     if ((p2r & ~kP2RSupported) != 0 || (r2p & ~kR2PSupported) != 0) return tstate::Unsupported;
-    const uint32_t p2r_used =
-        18u + (tool_frame_present(r2p, cfg) ? 2u : 0u) + blocks_size(p2r, kP2RSizes);
+    const uint32_t p2r_used = 18u + (tool_frame_present(r2p, cfg) ? 2u : 0u) + blocks_size(p2r, kP2RSizes);
     const uint32_t r2p_used = 10u + blocks_size(r2p, kR2PSizes);
-    if (p2r_used + kMinSequenceArea > cfg.length_plc_to_rob ||
-        r2p_used + kMinSequenceArea > cfg.length_rob_to_plc) {
+    if (p2r_used + kMinSequenceArea > cfg.length_plc_to_rob || r2p_used + kMinSequenceArea > cfg.length_rob_to_plc) {
         return tstate::OptionalTooLarge;
     }
     return tstate::Initialized;
@@ -97,8 +96,7 @@ Transition telegram_state_step(TelegramStateMachine& m, const uint8_t* tel, cons
         uint8_t error = 0;
         if ((tel[0] >> 5) != 1) error = tstate::VersionMismatch;
         else if (!lengths_ok(tel, cfg)) error = tstate::LengthMismatch;
-        else if (be16(tel + 8) != m.latched_p2r || be16(tel + 10) != m.latched_r2p)
-            error = tstate::NumberChanged;
+        else if (be16(tel + 8) != m.latched_p2r || be16(tel + 10) != m.latched_r2p) error = tstate::NumberChanged;
         if (error == 0) return Transition::None;
         m.state = error;
         return Transition::Lost;

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // TelegramState machine driven by the client's Control nibble, and the telegram layout that the
 // latched TelegramNumber words define.
 #pragma once
@@ -10,9 +11,17 @@ namespace srl {
 
 namespace tstate {
 enum : uint8_t {
-    ControlMismatch = 161, LengthMismatch = 163, VersionMismatch = 164, LifesignLost = 165,
-    OptionalTooLarge = 166, NumberChanged = 169, AxesGroupRejected = 170, NumbersInconsistent = 171,
-    Unsupported = 172, NotInitialized = 254, Initialized = 255,
+    ControlMismatch = 161,
+    LengthMismatch = 163,
+    VersionMismatch = 164,
+    LifesignLost = 165,
+    OptionalTooLarge = 166,
+    NumberChanged = 169,
+    AxesGroupRejected = 170,
+    NumbersInconsistent = 171,
+    Unsupported = 172,
+    NotInitialized = 254,
+    Initialized = 255,
 };
 }  // namespace tstate
 
@@ -21,12 +30,12 @@ enum : uint8_t { None = 0, Initialize = 1, Resume = 2, Reset = 3, AckError = 4, 
 }  // namespace control
 
 struct Layout {
-    uint16_t lpr = 256;        // P->R length in use
-    uint16_t lrp = 256;        // R->P length in use
-    uint16_t r2p_words = 0;    // TelegramNumberRobToPlc
-    bool tool_frame = false;   // P->R bytes 18-19 present
-    uint16_t cp = 18;          // P->R sequence header
-    uint16_t crp = 10;         // R->P sequence header
+    uint16_t lpr = 256;       // P->R length in use
+    uint16_t lrp = 256;       // R->P length in use
+    uint16_t r2p_words = 0;   // TelegramNumberRobToPlc
+    bool tool_frame = false;  // P->R bytes 18-19 present
+    uint16_t cp = 18;         // P->R sequence header
+    uint16_t crp = 10;        // R->P sequence header
 };
 
 struct TelegramStateMachine {

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Big-endian wire access and the table-driven conversion between wire payloads and the
 // host-order packed records the handlers see.
 #pragma once
@@ -25,10 +26,10 @@ inline void put_be32(uint8_t* p, uint32_t v) {
 // How one wire field maps onto the host record. Bit fields travel inside Bytes fields: the
 // records declare them least significant bit first, which is the wire's bit 0.
 enum class FieldType : uint8_t {
-    Bytes,     // `count` bytes copied as they are (USInt, SInt, bit fields, CHAR)
-    U16,       // `count` 16-bit values, BE on the wire
-    U32,       // `count` 32-bit values (UDINT, DINT, REAL), BE on the wire
-    U16ToU8,   // one BE UINT on the wire held as one byte on the host (saturating)
+    Bytes,    // `count` bytes copied as they are (USInt, SInt, bit fields, CHAR)
+    U16,      // `count` 16-bit values, BE on the wire
+    U32,      // `count` 32-bit values (UDINT, DINT, REAL), BE on the wire
+    U16ToU8,  // one BE UINT on the wire held as one byte on the host (saturating)
 };
 
 struct Field {

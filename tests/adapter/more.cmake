@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 if(TARGET srci_rcitf)
   add_executable(test_adapter_rcitf test_rcitf.cpp)
   target_link_libraries(test_adapter_rcitf PRIVATE srci_rcitf GTest::gtest_main)

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A stalled I/O manager holding the semaphore must not stop the cycle: each exchange gives up
 // after a bounded wait and goes on with the telegram it already has.
 #include <gtest/gtest.h>
@@ -9,8 +10,8 @@
 #include <cstring>
 #include <string>
 
-#include "itf_commu/commuitf.h"
 #include "child_process.h"
+#include "itf_commu/commuitf.h"
 #include "process_image.h"
 
 namespace {

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The PLC link against a process image created here, standing in for the I/O manager.
 #include <gtest/gtest.h>
 #include <cstring>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Log texts built in a fixed buffer must read exactly as the string concatenation they replace.
 #include <gtest/gtest.h>
 

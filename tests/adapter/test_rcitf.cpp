@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The controller adapter against the simulated arm, stepped manually: every wait of the
 // adapter advances simulated time instead of sleeping.
 #include <gtest/gtest.h>
@@ -58,9 +59,12 @@ TEST_F(RcItfTest, ToolAndFrameNumbersOutsideTheirRangesAreRefused) {
         std::function<void()> call;
         int code;
     } rows[] = {
-        {[&] { rc->setToolId(16); }, err_tools_index},       {[&] { rc->setToolId(-2); }, err_tools_index},
-        {[&] { rc->setUsrFrameId(16); }, err_frames_index},  {[&] { rc->setTool(0, POSE(0, 0, 100, 0, 0, 0)); }, err_tools_index},
-        {[&] { rc->setUsrFrame(16, POSE()); }, err_frames_index}, {[&] { (void)rc->getTool(16); }, err_tools_index},
+        {[&] { rc->setToolId(16); }, err_tools_index},
+        {[&] { rc->setToolId(-2); }, err_tools_index},
+        {[&] { rc->setUsrFrameId(16); }, err_frames_index},
+        {[&] { rc->setTool(0, POSE(0, 0, 100, 0, 0, 0)); }, err_tools_index},
+        {[&] { rc->setUsrFrame(16, POSE()); }, err_frames_index},
+        {[&] { (void)rc->getTool(16); }, err_tools_index},
         {[&] { (void)rc->getUsrFrame(-2); }, err_frames_index},
     };
     for (size_t i = 0; i < std::size(rows); ++i) EXPECT_EQ(thrownCode(rows[i].call), rows[i].code) << "row " << i;
@@ -85,12 +89,8 @@ TEST_F(RcItfTest, OnlyARealToolOrFrameChangeSendsAndPauses) {
     };
     // The arm starts with tool 0 and frame 0 active; each row starts where the previous ended.
     const Case cases[] = {
-        {"both already active", 0, 0, {}},
-        {"new tool only", 3, 0, {15}},
-        {"new frame only", 3, 5, {15}},
-        {"same again", 3, 5, {}},
-        {"both change", 1, 2, {15, 15}},
-        {"keep both (-1)", -1, -1, {}},
+        {"both already active", 0, 0, {}}, {"new tool only", 3, 0, {15}},   {"new frame only", 3, 5, {15}},
+        {"same again", 3, 5, {}},          {"both change", 1, 2, {15, 15}}, {"keep both (-1)", -1, -1, {}},
     };
     int tool = 0, frame = 0;
     for (const Case& c : cases) {
@@ -189,9 +189,13 @@ TEST_F(RcItfTest, TurnNumbersCountRevolutionsAndOutOfRangeGivesZero) {
     struct Case {
         double angle;
         int turn;
-    } cases[] = {{0, 0},     {359.999, 0},  {360, 1},  {2879.9, 7},     {2880, 0},   {-0.001, 8},
-                 {-360, 8},  {-360.001, 9}, {-720, 9}, {-2880, 15},     {-2880.1, 0}, {-1440, 11},
-                 {1440, 4}, {std::numeric_limits<double>::quiet_NaN(), 0}};
+    } cases[] = {{0, 0},       {359.999, 0},
+                 {360, 1},     {2879.9, 7},
+                 {2880, 0},    {-0.001, 8},
+                 {-360, 8},    {-360.001, 9},
+                 {-720, 9},    {-2880, 15},
+                 {-2880.1, 0}, {-1440, 11},
+                 {1440, 4},    {std::numeric_limits<double>::quiet_NaN(), 0}};
     for (const auto& c : cases) EXPECT_EQ(RcItf::getTurnNumber(c.angle), c.turn) << c.angle;
     EXPECT_EQ(RcItf::calcRefJposByTurnNumber(0), 180.0);
     EXPECT_EQ(RcItf::calcRefJposByTurnNumber(7), 2700.0);

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The controller adapter against a recording controller port linked in place of the simulated
 // arm: which port calls each adapter call makes, in which order and with which values, and how
 // it reads status the simulated arm never shows (moving while disabled, an enable that never comes).
@@ -52,8 +53,12 @@ int SrciPortCmd::movl(const double p[6], double vel, double acc, uint32_t id, do
 int SrciPortCmd::motionStop() { return record("stop"); }
 int SrciPortCmd::motionPause() { return record("pause"); }
 int SrciPortCmd::motionContinue() { return record("continue"); }
-int SrciPortCmd::jogIncr(int mode, int dir, double speed, double dist) { return record("jogIncr", mode, dir, speed, dist); }
-int SrciPortCmd::jogCont(int mode, int dir, double speed, double dist) { return record("jogCont", mode, dir, speed, dist); }
+int SrciPortCmd::jogIncr(int mode, int dir, double speed, double dist) {
+    return record("jogIncr", mode, dir, speed, dist);
+}
+int SrciPortCmd::jogCont(int mode, int dir, double speed, double dist) {
+    return record("jogCont", mode, dir, speed, dist);
+}
 int SrciPortCmd::jogStop(int mode, int dir) { return record("jogStop", mode, dir); }
 int SrciPortCmd::setToolOffset(const double p[6], int id, const char*) { return record("toolOffset", id, p[2]); }
 int SrciPortCmd::setUsrFrame(const double p[6], int id, const char*) { return record("userFrame", id, p[0]); }
@@ -113,13 +118,15 @@ TEST_F(RcItfPortCalls, EachAdapterCallMakesItsPortCallsInOrder) {
         {"linear move", [&] { rc->robotMoveLine(move(2, 3)); }, {"toolId 2", "frameId 3", "movl 400 30 100 200 9 5"}},
         {"linear move, active systems", [&] { rc->robotMoveLine(move(-1, -1)); }, {"movl 400 30 100 200 9 5"}},
         {"joint move", [&] { rc->robotMoveJoint(move(4, 3)); }, {"toolId 4", "movj 10 60 100 200 9 5"}},
-        {"disable", [&] {
+        {"disable",
+         [&] {
              controller.ra_enable_stat = 0;
              rc->robotEnable(false);
          },
          {"stop", "disable"}},
         {"load", [&] { rc->setLoad(load); }, {"load 3 1 2 4"}},
-        {"soft limits", [&] { rc->setSoftLimits(limits); },
+        {"soft limits",
+         [&] { rc->setSoftLimits(limits); },
          {"min 0 -10", "max 0 10", "min 1 -20", "max 1 20", "min 2 -30", "max 2 30", "min 3 -40", "max 3 40",
           "min 4 -50", "max 4 50", "min 5 -60", "max 5 60"}},
         {"stop", [&] { rc->robotMoveStop(); }, {"stop"}},

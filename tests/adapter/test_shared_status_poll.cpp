@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A cycle's status readers share one poll, but never past a command or a wait of the adapter,
 // from whichever thread; a repeated forward solution is answered from the last one only while
 // joints, tool, frame and the arm's kinematic table are all unchanged.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The adapter's own start-up and cycle run in the test's own process: each PLC telegram from the
 // client goes through an in-memory process image into the same runCycle as srci_server's, and
 // the simulated arm advances by one 4 ms cycle. Deterministic and fast; the shared-memory link

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The in-process adapter leaves threads running that the real process never stops either (the
 // detached power worker, the simulated arm, the log relay): srci_server ends only by a signal.
 // Returning from main would destroy the adapter's singletons under those threads, so the test

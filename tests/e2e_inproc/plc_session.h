@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A PLC client talking to the in-process adapter, shared by the suites that drive the robot
 // through real telegrams. Suites derive from PlcSession; their cases share one client.
 #pragma once
@@ -49,7 +50,10 @@ protected:
     static int until(uint16_t id, uint8_t state) {
         return client
             ->wait_until(
-                id, [&](const srci_plc::AcrEntry& e) { return e.last.state == state || srci_plc::cmd_state::is_final(e.last.state); },
+                id,
+                [&](const srci_plc::AcrEntry& e) {
+                    return e.last.state == state || srci_plc::cmd_state::is_final(e.last.state);
+                },
                 60000)
             .header.state;
     }

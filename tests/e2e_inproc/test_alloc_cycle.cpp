@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The adapter's cycle allocates nothing: over 1 000 cycles with a move running and another
 // queued behind it, the whole cycle (controller-state update, motion manager, interpreter,
 // handlers, the simulated arm's step) makes no heap allocation. Allocations are counted on this
@@ -86,7 +87,8 @@ TEST(AllocCycle, SteadyCyclesWithMovesRunningAllocateNothing) {
     // Two slow moves queued: the first runs for seconds, the second waits behind it.
     const uint16_t first = client.submit(command("move-axes"), axes(40, 5));
     client.submit(command("move-axes"), axes(0, 5));
-    client.wait_until(first, [](const srci_plc::AcrEntry& e) { return e.last.state == 4; }, 60000);
+    client.wait_until(
+        first, [](const srci_plc::AcrEntry& e) { return e.last.state == 4; }, 60000);
     for (int i = 0; i < 50; ++i) client.cycle();  // the first reports pass; then the steady cycle
 
     transport.count = true;

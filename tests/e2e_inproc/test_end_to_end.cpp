@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Every handler group driven through real SRCI telegrams from the PLC client library, with the
 // adapter's cycle and the simulated arm in this process. The cases run in order in one process:
 // the first one sees a fresh start (no srci.ini), later ones build on the enabled robot.
@@ -9,8 +10,8 @@
 #include <memory>
 #include <set>
 #include <utility>
-#include <vector>
 #include <variant>
+#include <vector>
 
 #include "child_process.h"
 #include "plc_session.h"
@@ -73,9 +74,11 @@ TEST_F(EndToEnd, EnableTurnsOnTheDrivesAndTheStatusWord) {
 
 TEST_F(EndToEnd, AbsoluteMovesReachTheirTargetsThroughBufferedActiveDone) {
     std::set<int> states;
-    auto done = follow(client->submit(command("move-axes"),
-                                      {{"j1", 10}, {"j2", -20}, {"j3", 80}, {"j4", 0}, {"j5", 60}, {"j6", 0}, {"vel", 80}, {"acc", 80}}),
-                       states);
+    auto done =
+        follow(client->submit(
+                   command("move-axes"),
+                   {{"j1", 10}, {"j2", -20}, {"j3", 80}, {"j4", 0}, {"j5", 60}, {"j6", 0}, {"vel", 80}, {"acc", 80}}),
+               states);
     ASSERT_EQ(done.header.state, kDone) << done.header.code;
     EXPECT_TRUE(states.count(kActive)) << "the move was reported active on its way";
     const double target[6] = {10, -20, 80, 0, 60, 0};
@@ -107,8 +110,9 @@ TEST_F(EndToEnd, AbsoluteMovesReachTheirTargetsThroughBufferedActiveDone) {
 
 TEST_F(EndToEnd, PauseContinueAndStopReachTheMoveInFlight) {
     const double start = arm().act_jpos[0];
-    const uint16_t id = client->submit(command("move-axes"),
-                                       {{"j1", start + 60}, {"j2", -20}, {"j3", 80}, {"j4", 0}, {"j5", 60}, {"j6", 0}, {"vel", 5}});
+    const uint16_t id =
+        client->submit(command("move-axes"),
+                       {{"j1", start + 60}, {"j2", -20}, {"j3", 80}, {"j4", 0}, {"j5", 60}, {"j6", 0}, {"vel", 5}});
     cycles(60);
     ASSERT_NE(arm().ra_is_moving, 0);
     // The group commands are followed through the move they act on.
@@ -128,7 +132,8 @@ TEST_F(EndToEnd, PauseContinueAndStopReachTheMoveInFlight) {
 
 TEST_F(EndToEnd, RelativeMovesRunAsIncrementalJogs) {
     const double start = arm().act_jpos[0];
-    const uint16_t id = client->submit(command("jog"), {{"mode", 2}, {"rot", 5}, {"inc", 0}, {"override", 100}, {"x+", 1}});
+    const uint16_t id =
+        client->submit(command("jog"), {{"mode", 2}, {"rot", 5}, {"inc", 0}, {"override", 100}, {"x+", 1}});
     for (int i = 0; i < 3000 && std::fabs(arm().act_jpos[0] - (start + 5)) > 1e-3; ++i) client->cycle();
     EXPECT_NEAR(arm().act_jpos[0], start + 5, 1e-3);
     client->update(id, {{"mode", 2}, {"rot", 5}, {"override", 100}, {"enable", 0}});
@@ -163,7 +168,8 @@ TEST_F(EndToEnd, DataCommandsAnswerThroughTheWireAndReachTheArmAndSrciIni) {
     for (const Row& r : rows) {
         const auto answer = run(r.command, r.values);
         EXPECT_EQ(answer.header.code, r.code) << r.command;
-        for (const auto& [name, value] : r.fields) EXPECT_NEAR(field(answer, name), value, 1e-4) << r.command << " " << name;
+        for (const auto& [name, value] : r.fields)
+            EXPECT_NEAR(field(answer, name), value, 1e-4) << r.command << " " << name;
     }
     EXPECT_DOUBLE_EQ(arm().usr_tools[3][2], 150);
     EXPECT_DOUBLE_EQ(arm().usr_frames[2][0], 400);
@@ -195,16 +201,21 @@ TEST_F(EndToEnd, ActualPositionAndKinematicsAgreeWithTheArm) {
     const SrciPortStat now = arm();
     for (int j = 0; j < 6; ++j) EXPECT_NEAR(field(pos, "j" + std::to_string(j + 1)), now.act_jpos[j], 1e-3);
     EXPECT_NEAR(field(pos, "x"), now.act_cartpos[0], 1e-2);
-    const auto ik = run("ik", {{"x", field(pos, "x")}, {"y", field(pos, "y")}, {"z", field(pos, "z")},
-                               {"rx", field(pos, "rx")}, {"ry", field(pos, "ry")}, {"rz", field(pos, "rz")}});
+    const auto ik = run("ik", {{"x", field(pos, "x")},
+                               {"y", field(pos, "y")},
+                               {"z", field(pos, "z")},
+                               {"rx", field(pos, "rx")},
+                               {"ry", field(pos, "ry")},
+                               {"rz", field(pos, "rz")}});
     ASSERT_TRUE(ik.ok());
     for (int j = 0; j < 6; ++j) EXPECT_NEAR(field(ik, "j" + std::to_string(j + 1)), now.act_jpos[j], 1e-2);
 }
 
 TEST_F(EndToEnd, AControllerErrorFailsTheMoveAndGroupResetAcknowledgesIt) {
     const double start = arm().act_jpos[0];
-    const uint16_t id = client->submit(command("move-axes"),
-                                       {{"j1", start - 40}, {"j2", -20}, {"j3", 80}, {"j4", 0}, {"j5", 60}, {"j6", 0}, {"vel", 10}});
+    const uint16_t id =
+        client->submit(command("move-axes"),
+                       {{"j1", start - 40}, {"j2", -20}, {"j3", 80}, {"j4", 0}, {"j5", 60}, {"j6", 0}, {"vel", 10}});
     cycles(50);
     SimArm::instance().injectError(0xF0018);
     const auto failed = client->wait(id, WaitFor::Final, 30000);
@@ -223,8 +234,9 @@ TEST_F(EndToEnd, AControllerErrorFailsTheMoveAndGroupResetAcknowledgesIt) {
 
 TEST_F(EndToEnd, AnOperatorApplicationStopsTheMoveAndFreezesThePlcImageUntilItLeaves) {
     const double start = arm().act_jpos[0];
-    const uint16_t id = client->submit(command("move-axes"),
-                                       {{"j1", start + 40}, {"j2", -20}, {"j3", 80}, {"j4", 0}, {"j5", 60}, {"j6", 0}, {"vel", 10}});
+    const uint16_t id =
+        client->submit(command("move-axes"),
+                       {{"j1", start + 40}, {"j2", -20}, {"j3", 80}, {"j4", 0}, {"j5", 60}, {"j6", 0}, {"vel", 10}});
     cycles(50);
     ASSERT_NE(arm().ra_is_moving, 0);
     SimArm::instance().setAppConnected(true);

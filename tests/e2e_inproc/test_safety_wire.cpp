@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The PLC's view matches the robot under faults, driven through real SRCI telegrams from the
 // PLC client library with the adapter's cycle and the simulated arm in this process. The cases
 // run in order in one process and build on the enabled robot of the first one.
@@ -6,10 +7,10 @@
 #include <cmath>
 #include <cstring>
 #include <map>
-#include <vector>
 #include <string>
 #include <utility>
 #include <variant>
+#include <vector>
 
 #include "plc_session.h"
 
@@ -78,8 +79,8 @@ TEST_F(SafetyWire, AbortingExecutionModesNeverLeaveAFinalMoveRunning) {
         ParamValues blend3 = axes(0, 5);
         blend3["blending"] = 3;  // not supported: the handler fails before its checks
         blend3["exec_mode"] = 1;
-        const auto answer = c.aborting_move ? run("move-axes", blend3)
-                                            : run("read-tool", {{"tool", 1}, {"exec_mode", 1}});
+        const auto answer =
+            c.aborting_move ? run("move-axes", blend3) : run("read-tool", {{"tool", 1}, {"exec_mode", 1}});
         EXPECT_EQ(answer.header.state, kError);
         EXPECT_EQ(answer.header.severity, 28);
         EXPECT_EQ(answer.header.code, c.aborting_move ? 36357 : 0x8F10);
@@ -153,22 +154,30 @@ TEST_F(SafetyWire, LimitsChangeThroughWorkAreaZeroAndTheArmAlwaysGetsBack) {
 TEST_F(SafetyWire, ARunningMoveReportsProgressAndRemainingDistance) {
     ASSERT_EQ(run("move-axes", axes(0)).header.state, kDone);
     const auto from = run("read-position", {{"tool", 255}, {"frame", 255}});
-    ParamValues target{{"y", field(from, "y")}, {"z", field(from, "z") - 100}, {"rx", field(from, "rx")},
-                       {"ry", field(from, "ry")}, {"rz", field(from, "rz")}, {"vel", 5}, {"acc", 50}};
+    ParamValues target{{"y", field(from, "y")},
+                       {"z", field(from, "z") - 100},
+                       {"rx", field(from, "rx")},
+                       {"ry", field(from, "ry")},
+                       {"rz", field(from, "rz")},
+                       {"vel", 5},
+                       {"acc", 50}};
     target["x"] = field(from, "x");
     const uint16_t id = client->submit(command("move-linear"), target);
     std::vector<std::pair<double, double>> seen;  // (progress %, remaining mm) of Active answers
-    const auto done = client->wait_until(id, [&](const srci_plc::AcrEntry& e) {
-        const auto& p = e.last_payload;
-        if (e.last.state == kActive && p.size() >= 14) {
-            const uint32_t bits = uint32_t{p[10]} << 24 | uint32_t{p[11]} << 16 | uint32_t{p[12]} << 8 | p[13];
-            float remaining;
-            std::memcpy(&remaining, &bits, 4);
-            const std::pair<double, double> now((p[8] << 8 | p[9]) / 100.0, remaining);
-            if (seen.empty() || seen.back() != now) seen.push_back(now);
-        }
-        return srci_plc::cmd_state::is_final(e.last.state);
-    }, 60000);
+    const auto done = client->wait_until(
+        id,
+        [&](const srci_plc::AcrEntry& e) {
+            const auto& p = e.last_payload;
+            if (e.last.state == kActive && p.size() >= 14) {
+                const uint32_t bits = uint32_t{p[10]} << 24 | uint32_t{p[11]} << 16 | uint32_t{p[12]} << 8 | p[13];
+                float remaining;
+                std::memcpy(&remaining, &bits, 4);
+                const std::pair<double, double> now((p[8] << 8 | p[9]) / 100.0, remaining);
+                if (seen.empty() || seen.back() != now) seen.push_back(now);
+            }
+            return srci_plc::cmd_state::is_final(e.last.state);
+        },
+        60000);
     EXPECT_EQ(done.header.state, kDone);
     ASSERT_GE(seen.size(), 3u);
     EXPECT_NEAR(seen.front().second, 100, 1) << "the whole way at the start";

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The whole chain as separate processes, as an integrator runs it: pnio-sim owns the process
 // image and bridges TCP, srci_server cycles against it with its simulated arm, and the srci-plc
 // command line is the PLC. Results are checked against the arm's own control channel.
@@ -69,7 +70,6 @@ protected:
         close(fd);
         return answer;
     }
-
 };
 
 TEST_F(DemoChain, TheDemoTourReachesEveryTarget) {

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "fault_chain.h"
 
 #include <sys/shm.h>
@@ -35,8 +36,8 @@ FaultChain::FaultChain() {
             return true;
         },
         10000);
-    server = std::make_unique<ChildProcess>(SRCI_SERVER_BIN, std::vector<std::string>{}, dir.path(),
-                                            dir.file("server.out"));
+    server =
+        std::make_unique<ChildProcess>(SRCI_SERVER_BIN, std::vector<std::string>{}, dir.path(), dir.file("server.out"));
     // The adapter answers once its start-up (power, kinematics) is through.
     eventually([&] { return arm("flags").rfind("ok powered=1", 0) == 0 && imageTelegramState() != 0; }, 40000);
 }

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The chain an integrator runs (pnio-sim, srci_server with its simulated arm) plus an in-process
 // PLC on the gateway, and a watch on the arm that times how it comes to a standstill.
 #pragma once
@@ -29,7 +30,11 @@ public:
     ~FaultChain();
 
     void connectPlc();
-    void dropPlc() { commands.reset(); client.reset(); transport.reset(); }
+    void dropPlc() {
+        commands.reset();
+        client.reset();
+        transport.reset();
+    }
     std::string arm(const std::string& request) const;
     bool armFlag(const std::string& flag) const { return arm("flags").find(flag) != std::string::npos; }
     Joints joints() const;

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // One fault per row, each during a long joint move: what the PLC sees, that the arm stops and
 // stays stopped until the PLC recovers, how long the stop takes (printed, never judged), and that
 // the documented recovery (a new session where the link was lost, GroupReset, enable) brings the
@@ -38,7 +39,7 @@ struct FaultRow {
     uint8_t moveState;
     int severity;  // -1: not checked
     uint16_t code;
-    int telegramState;        // as the PLC (or, without one, the process image) shows it
+    int telegramState;         // as the PLC (or, without one, the process image) shows it
     const char* afterRelease;  // part of the arm's flags 1.5 s after the release, before any reset
 };
 
@@ -47,10 +48,10 @@ const FaultRow kFaults[] = {
      kInitialized, "pstop=1"},
     {"emergency stop", Plc::KeepsCycling, "estop on", "estop off", 0, cs::kError, kSeverityError, kProtectiveStop,
      kInitialized, "powered=0 enabled=0"},
-    {"controller error", Plc::KeepsCycling, "error 0x1234", "", 0, cs::kError, kSeverityError, 0x1234,
-     kInitialized, "err=0x1234"},
-    {"PROFINET down 2 s", Plc::KeepsCycling, "profinet down", "profinet up", 2000, cs::kAborted, -1,
-     kAbortedByOther, kLifesignLost, "moving=0"},
+    {"controller error", Plc::KeepsCycling, "error 0x1234", "", 0, cs::kError, kSeverityError, 0x1234, kInitialized,
+     "err=0x1234"},
+    {"PROFINET down 2 s", Plc::KeepsCycling, "profinet down", "profinet up", 2000, cs::kAborted, -1, kAbortedByOther,
+     kLifesignLost, "moving=0"},
     {"application connected", Plc::KeepsCycling, "app on", "app off", 0, cs::kError, kSeverityError,
      kDisabledWhileMoving, kInitialized, "moving=0"},
     {"PLC silent socket open", Plc::FallsSilent, "", "", 0, 0, -1, 0, kLifesignLost, "moving=0"},
@@ -82,8 +83,8 @@ TEST_P(Faults, TheArmStopsThePlcIsToldAndTheDocumentedRecoveryWorks) {
     if (row.plc == Plc::ClosesSocket) chain.dropPlc();
     const bool cycling = row.plc == Plc::KeepsCycling;
     const StopTiming t = chain.watchStop(since, cycling);
-    std::printf("[ fault ] %-24s at %.1f deg/s: TelegramState 165 after %.0f ms, standstill after %.0f ms\n",
-                row.name, cruise, t.lifesignLostMs, t.standstillMs);
+    std::printf("[ fault ] %-24s at %.1f deg/s: TelegramState 165 after %.0f ms, standstill after %.0f ms\n", row.name,
+                cruise, t.lifesignLostMs, t.standstillMs);
     ASSERT_GE(t.standstillMs, 0) << "the arm never came to a standstill";
     EXPECT_LT(t.heldAt[0], kFarTarget[0] - 1) << "stopped on the way";
     const int imageState = chain.imageTelegramState();

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Handlers called the way the interpreter calls them: a command record encoded into the 256-byte
 // input with the command id in its last byte, the response record decoded from the output. The
 // store, the motion manager and the simulated arm are the real ones.
@@ -10,11 +11,11 @@
 
 #include "itf_rc/rcitf.h"
 #include "motion_test_support.h"
+#include "srciport/sim_arm.h"
 #include "srl/edk_helper.h"
 #include "srl/handler_codec.h"
 #include "srl/srl_define_function.h"
 #include "srl/veld_motion_manager.h"
-#include "srciport/sim_arm.h"
 #include "zlog/zlog_client.h"
 
 namespace handler_test {

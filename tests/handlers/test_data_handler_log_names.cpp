@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The tool, frame and load handlers run their bodies in lambdas; their log lines must still name
 // the handler, both on success and on a refused number.
 #include <functional>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Tool, frame, load and dynamics handlers: numbers, refusals, "255 = the current one", and what
 // reaches the store and the controller.
 #include "handler_fixture.h"
@@ -35,8 +36,10 @@ TEST_F(HandlerTest, ToolWritesAndTheirRefusals) {
     for (const Row& r : rows) {
         helper.setStoredTool(3, ToolData{});
         const float z = 100.0f + r.number + r.externalTcp;
-        EXPECT_EQ((call<LRob_typeServerRspWriteToolData>(srl_write_tool_data_funs, toolWrite(r.number, z, 2, r.externalTcp)).err),
-                  r.err)
+        EXPECT_EQ(
+            (call<LRob_typeServerRspWriteToolData>(srl_write_tool_data_funs, toolWrite(r.number, z, 2, r.externalTcp))
+                 .err),
+            r.err)
             << int(r.number) << "/" << int(r.externalTcp);
         const bool stored = r.err == 0;
         EXPECT_EQ(helper.getStoredTool(3).pose[2] == z, stored) << int(r.number);
@@ -77,13 +80,16 @@ TEST_F(HandlerTest, FrameWritesRefuseSelfAndUnknownReferences) {
     struct Row {
         USInt number, reference;
         int err;
-    } rows[] = {{4, 4, 35859}, {4, 16, 35859}, {0, 0, ERR_CMD_SPECIFIC_INVALID_PARAMETER_FRAME_NR},
+    } rows[] = {{4, 4, 35859},
+                {4, 16, 35859},
+                {0, 0, ERR_CMD_SPECIFIC_INVALID_PARAMETER_FRAME_NR},
                 {16, 0, ERR_CMD_SPECIFIC_INVALID_PARAMETER_FRAME_NR},
                 {4, 2, 35859},  // frame 2 refers to frame 1: no chains
                 {4, 1, 0}};
     for (const Row& r : rows)
-        EXPECT_EQ(call<LRob_typeServerRspWriteFrameData>(srl_write_frame_data_funs, frameWrite(r.number, r.reference, 5)).err,
-                  r.err)
+        EXPECT_EQ(
+            call<LRob_typeServerRspWriteFrameData>(srl_write_frame_data_funs, frameWrite(r.number, r.reference, 5)).err,
+            r.err)
             << int(r.number) << " on " << int(r.reference);
 
     // The controller gets the frame in world coordinates: x = 100 + 5.
@@ -104,12 +110,15 @@ TEST_F(HandlerTest, LoadsReadAndWriteOneToFifteenAnd255IsLoadOne) {
     w.LoadData.Data.IZ = 0.5f;
     ASSERT_EQ(call<LRob_typeServerRspWriteLoadData>(srl_write_load_data_funs, w).err, 0);
     w.LoadNo = 0;
-    EXPECT_EQ(call<LRob_typeServerRspWriteLoadData>(srl_write_load_data_funs, w).err, ERR_CMD_SPECIFIC_INVALID_PARAMETER_LOAD_NR);
+    EXPECT_EQ(call<LRob_typeServerRspWriteLoadData>(srl_write_load_data_funs, w).err,
+              ERR_CMD_SPECIFIC_INVALID_PARAMETER_LOAD_NR);
     struct Row {
         USInt number;
         int err;
         USInt answered;
-    } rows[] = {{255, 0, 1}, {1, 0, 1}, {0, ERR_CMD_SPECIFIC_INVALID_PARAMETER_LOAD_NR, 0},
+    } rows[] = {{255, 0, 1},
+                {1, 0, 1},
+                {0, ERR_CMD_SPECIFIC_INVALID_PARAMETER_LOAD_NR, 0},
                 {16, ERR_CMD_SPECIFIC_INVALID_PARAMETER_LOAD_NR, 0}};
     for (const Row& r : rows) {
         LRob_typeServerCmdReadLoad_Data cmd{};

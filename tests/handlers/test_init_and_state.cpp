@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The initialisation records handed to the interpreter, and the robot state and group commands.
 #include <cmath>
 
@@ -86,8 +87,18 @@ TEST_F(HandlerTest, EnableWithParametersAnswersHoldToRunManualStepAndStepModes) 
         {"hold, off path", 0, 1, 0, 1, 93, 0, 1, 4, 0, ERR_CMD_SPECIFIC_CONTINUE_NOT_ON_PATH, {}},
         {"hold continues", 0, 1, 0, 1, 93, 1, 0, 4, 0, 255, {115}},
         {"manual in auto", 0, 0, 1, 1, 93, 1, 0, 4, 0, err_manual_step, {}},
-        {"manual no step", 0, 0, 1, 1, 93, 1, 0, 5, 0,
-         ERR_CMD_SPECIFIC_MANUAL_STEP_ONLY_ALLOWED_IN_WHEN_STEPMODE_IS_ACTIVE, {}},
+        {"manual no step",
+         0,
+         0,
+         1,
+         1,
+         93,
+         1,
+         0,
+         5,
+         0,
+         ERR_CMD_SPECIFIC_MANUAL_STEP_ONLY_ALLOWED_IN_WHEN_STEPMODE_IS_ACTIVE,
+         {}},
         {"manual disabled", 1, 0, 1, 0, 93, 1, 0, 5, 0, ERR_MANUAL_START_WITH_ROBOT_DISABLED, {}},
         {"manual steps", 1, 0, 1, 1, 93, 1, 0, 5, 0, err_stepmode_blending, {115}},
     };

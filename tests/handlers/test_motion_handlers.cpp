@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Motion handlers: what reaches the motion manager's queue, and that they always answer at once.
 #include "handler_fixture.h"
 

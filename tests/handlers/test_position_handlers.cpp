@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Position, kinematics, robot data, configuration exchange, limits and work areas.
 #include "handler_fixture.h"
 
@@ -108,7 +109,7 @@ TEST_F(HandlerTest, RobotDataAndDigitalIoAnswerFixedRecords) {
 
 TEST_F(HandlerTest, LimitsAreWrittenOnlyThroughWorkAreaZero) {
     EXPECT_EQ(call<LRob_typeServerRspWriteRobotSWLimit>(srl_write_robot_software_limit_funs,
-                                                         LRob_typeServerCmdWriteRobotSWLimit{})
+                                                        LRob_typeServerCmdWriteRobotSWLimit{})
                   .err,
               36625);
     double before[12];

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The interpreter calls whose arguments the handler tests inspect, intercepted with the linker's
 // --wrap (C++ names, hence the symbol labels); the real interpreter still runs behind the first two.
 #include "handler_fixture.h"

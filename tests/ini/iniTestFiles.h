@@ -1,18 +1,18 @@
+// SPDX-License-Identifier: Apache-2.0
 // A private scratch directory per test and byte-exact file helpers.
 #pragma once
 
-#include <cstdlib>
 #include <fcntl.h>
+#include <sys/stat.h>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <string>
-#include <sys/stat.h>
 
 class IniScratchDir {
 public:
-    IniScratchDir()
-    {
+    IniScratchDir() {
         std::string pattern = (std::filesystem::temp_directory_path() / "srci-ini-XXXXXX").string();
         dir_ = ::mkdtemp(pattern.data()) != nullptr ? pattern : std::string();
     }
@@ -23,27 +23,23 @@ private:
     std::string dir_;
 };
 
-inline std::string readBytes(const std::string& path)
-{
+inline std::string readBytes(const std::string& path) {
     std::ifstream in(path, std::ios::binary);
     return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
 }
 
-inline void writeBytes(const std::string& path, const std::string& bytes)
-{
+inline void writeBytes(const std::string& path, const std::string& bytes) {
     std::ofstream(path, std::ios::binary | std::ios::trunc) << bytes;
 }
 
-inline struct stat statOf(const std::string& path)
-{
+inline struct stat statOf(const std::string& path) {
     struct stat info {};
     ::stat(path.c_str(), &info);
     return info;
 }
 
 // Moves the modification time to 2000-01-01, so that any later write shows.
-inline void backdate(const std::string& path)
-{
+inline void backdate(const std::string& path) {
     const struct timespec times[2] = {{946684800, 0}, {946684800, 0}};
     ::utimensat(AT_FDCWD, path.c_str(), times, 0);
 }

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // srci.ini survives a crash at any moment of a write, each record is written whole in one
 // replacement of the file, and a planted temporary file is never followed.
 #include <gtest/gtest.h>
@@ -24,10 +25,8 @@ public:
     int fileSyncs = 0;
 
 protected:
-    void beforeStep(IniStep step) override
-    {
-        if (steps_++ == killAt_)
-            ::raise(SIGKILL);
+    void beforeStep(IniStep step) override {
+        if (steps_++ == killAt_) ::raise(SIGKILL);
         replacements += step == IniStep::removeStale ? 1 : 0;
         fileSyncs += step == IniStep::syncFile ? 1 : 0;
     }
@@ -37,37 +36,30 @@ private:
     int steps_ = 0;
 };
 
-IniRecord toolRecord(double base)
-{
+IniRecord toolRecord(double base) {
     IniRecord tool("tool3");
-    for (const char* key : {"x", "y", "z", "rx", "ry", "rz"})
-        tool.add(key, base += 1.25);
+    for (const char* key : {"x", "y", "z", "rx", "ry", "rz"}) tool.add(key, base += 1.25);
     return tool.add("fixTCP", base > 100).add("loadId", static_cast<int>(base)).add("physicalToolId", 2);
 }
 
 // What the same keys give written one by one: the format the record write must keep.
-std::string putKeyByKey(const std::string& path, const IniRecord& record)
-{
+std::string putKeyByKey(const std::string& path, const IniRecord& record) {
     INI ini(path);
     for (std::size_t i = 0; i < record.keys().size(); ++i)
         EXPECT_TRUE(ini.put(record.section(), record.keys()[i], record.values()[i]));
     return readBytes(path);
 }
 
-std::map<std::string, std::string> sectionValues(const std::string& path, const IniRecord& like)
-{
+std::map<std::string, std::string> sectionValues(const std::string& path, const IniRecord& like) {
     std::map<std::string, std::string> values;
     const minIni ini(path);
-    for (const std::string& key : like.keys())
-        values[key] = ini.gets(like.section(), key, "<missing>");
+    for (const std::string& key : like.keys()) values[key] = ini.gets(like.section(), key, "<missing>");
     return values;
 }
 
-std::map<std::string, std::string> valuesOf(const IniRecord& record)
-{
+std::map<std::string, std::string> valuesOf(const IniRecord& record) {
     std::map<std::string, std::string> values;
-    for (std::size_t i = 0; i < record.keys().size(); ++i)
-        values[record.keys()[i]] = record.values()[i];
+    for (std::size_t i = 0; i < record.keys().size(); ++i) values[record.keys()[i]] = record.values()[i];
     return values;
 }
 
@@ -77,8 +69,7 @@ const char* const kStoreFile =
     "fixTCP=false\nloadId=1\nphysicalToolId=0\n"
     "[userFrame1]\nx=5.000000\nrefIndex=0\n";
 
-TEST(IniAtomic, RecordIsOneReplacementWithTheBytesOfKeyByKeyWrites)
-{
+TEST(IniAtomic, RecordIsOneReplacementWithTheBytesOfKeyByKeyWrites) {
     struct Case {
         const char* name;
         std::string before;  // "" = no file yet
@@ -88,12 +79,12 @@ TEST(IniAtomic, RecordIsOneReplacementWithTheBytesOfKeyByKeyWrites)
     const Case cases[] = {
         {"fresh file", "", toolRecord(10), 1},
         {"every key changes", kStoreFile, toolRecord(10), 1},
-        {"one key changes, same length", kStoreFile,
-         IniRecord("tool3").add("x", 7.0).add("y", 2.0).add("loadId", 1), 1},
+        {"one key changes, same length", kStoreFile, IniRecord("tool3").add("x", 7.0).add("y", 2.0).add("loadId", 1),
+         1},
         {"keys missing from the section", "[tool3]\nx=1.000000\n\n[b]\nk=1", toolRecord(-3), 1},
         {"new section at the end", kStoreFile, IniRecord("load2").add("mass", 1.5).add("ix", 0.0), 1},
-        {"nothing changes", kStoreFile,
-         IniRecord("tool3").add("x", 1.0).add("fixTCP", false).add("physicalToolId", 0), 0},
+        {"nothing changes", kStoreFile, IniRecord("tool3").add("x", 1.0).add("fixTCP", false).add("physicalToolId", 0),
+         0},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
@@ -114,8 +105,7 @@ TEST(IniAtomic, RecordIsOneReplacementWithTheBytesOfKeyByKeyWrites)
     }
 }
 
-TEST(IniAtomic, RecordWithAnUnwritableKeyWritesNothing)
-{
+TEST(IniAtomic, RecordWithAnUnwritableKeyWritesNothing) {
     IniScratchDir dir;
     writeBytes(dir.file("srci.ini"), kStoreFile);
     WatchedDisk disk;
@@ -127,8 +117,7 @@ TEST(IniAtomic, RecordWithAnUnwritableKeyWritesNothing)
 // The writer is killed before each system call of a tool write in turn; after every crash the
 // file is there, parses, every other section is untouched, and tool3 is wholly old or wholly
 // new. The stale temporary file a crash leaves must not stop the next write.
-TEST(IniAtomic, KilledAtEveryStepOfAToolWriteLeavesEachRecordWhole)
-{
+TEST(IniAtomic, KilledAtEveryStepOfAToolWriteLeavesEachRecordWhole) {
     IniScratchDir dir;
     const std::string path = dir.file("srci.ini");
     writeBytes(path, kStoreFile);
@@ -175,8 +164,7 @@ TEST(IniAtomic, KilledAtEveryStepOfAToolWriteLeavesEachRecordWhole)
     EXPECT_EQ(outcomes, (std::set<std::string>{"old", "new"})) << "a kill after the rename keeps the new record";
 }
 
-TEST(IniAtomic, PlantedTemporaryLinkIsNeverFollowed)
-{
+TEST(IniAtomic, PlantedTemporaryLinkIsNeverFollowed) {
     struct Case {
         const char* name;
         bool targetExists;
@@ -186,8 +174,7 @@ TEST(IniAtomic, PlantedTemporaryLinkIsNeverFollowed)
         IniScratchDir dir;
         const std::string path = dir.file("srci.ini"), victim = dir.file("victim");
         writeBytes(path, kStoreFile);
-        if (c.targetExists)
-            writeBytes(victim, "keep me\n");
+        if (c.targetExists) writeBytes(victim, "keep me\n");
         std::filesystem::create_symlink(victim, dir.file("srci.in~"));
 
         ASSERT_TRUE(INI(path).put(toolRecord(5)));

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The exact bytes the writer produces. The expected files were worked out by hand
 // from the file format rules, step by step in the comments.
 #include <gtest/gtest.h>
@@ -7,8 +8,7 @@
 
 namespace {
 
-TEST(IniGolden, SequenceOfPutsOnAFreshFile)
-{
+TEST(IniGolden, SequenceOfPutsOnAFreshFile) {
     IniScratchDir dir;
     INI ini(dir.file("srci.ini"));
 
@@ -53,8 +53,7 @@ TEST(IniGolden, SequenceOfPutsOnAFreshFile)
     EXPECT_EQ(readBytes(ini.path()), expected);
 }
 
-TEST(IniGolden, EditsOfAHandWrittenFileKeepItsLayout)
-{
+TEST(IniGolden, EditsOfAHandWrittenFileKeepItsLayout) {
     IniScratchDir dir;
     const std::string path = dir.file("srci.ini");
     writeBytes(path,

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The whole set of sections and keys the parameter store keeps in srci.ini,
 // written into a fresh file and read back through the typed getters.
 #include <gtest/gtest.h>
@@ -14,8 +15,7 @@ struct Table {
     std::vector<std::string> keys;  // "?name": bool, "#name": int, else double
 };
 
-std::vector<Table> storeLayout()
-{
+std::vector<Table> storeLayout() {
     const std::vector<std::string> pose = {"x", "y", "z", "rx", "ry", "rz"};
     std::vector<std::string> tool = pose, frame = pose, load = {"mass"};
     tool.insert(tool.end(), {"?fixTCP", "#loadId", "#physicalToolId"});
@@ -33,14 +33,12 @@ std::vector<Table> storeLayout()
 }
 
 // A different value for every key, with signs, fractions and larger magnitudes.
-double valueFor(std::size_t t, std::size_t k)
-{
+double valueFor(std::size_t t, std::size_t k) {
     const double magnitude = static_cast<double>(t) * 37.125 + static_cast<double>(k) * 0.001;
     return (t + k) % 2 == 0 ? magnitude : -magnitude;
 }
 
-TEST(IniParameterSet, FreshFileReadsBackEveryValueInWriteOrder)
-{
+TEST(IniParameterSet, FreshFileReadsBackEveryValueInWriteOrder) {
     IniScratchDir dir;
     INI ini(dir.file("srci.ini"));
     const std::vector<Table> layout = storeLayout();
@@ -65,12 +63,9 @@ TEST(IniParameterSet, FreshFileReadsBackEveryValueInWriteOrder)
             SCOPED_TRACE(section + "." + name);
             EXPECT_EQ(raw.getkey(section, static_cast<int>(k)), name);
             const double v = valueFor(t, k);
-            if (key[0] == '?')
-                EXPECT_EQ(ini.getBool(section, name), v > 0);
-            else if (key[0] == '#')
-                EXPECT_EQ(ini.getInt(section, name), static_cast<int>(v));
-            else
-                EXPECT_FLOAT_EQ(static_cast<float>(ini.getDouble(section, name)), static_cast<float>(v));
+            if (key[0] == '?') EXPECT_EQ(ini.getBool(section, name), v > 0);
+            else if (key[0] == '#') EXPECT_EQ(ini.getInt(section, name), static_cast<int>(v));
+            else EXPECT_FLOAT_EQ(static_cast<float>(ini.getDouble(section, name)), static_cast<float>(v));
         }
         EXPECT_EQ(raw.getkey(section, static_cast<int>(layout[t].keys.size())), "");
     }

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // How values are found and interpreted: syntax, typed conversions and the
 // errors of the typed getters.
 #include <gtest/gtest.h>
@@ -12,8 +13,7 @@ namespace {
 
 class IniReading : public ::testing::Test {
 protected:
-    static int codeOf(const std::function<void()>& read)
-    {
+    static int codeOf(const std::function<void()>& read) {
         try {
             read();
         } catch (int code) {
@@ -28,8 +28,7 @@ protected:
     minIni raw{path};
 };
 
-TEST_F(IniReading, DoublesKeepFloatPrecisionAndSixDecimals)
-{
+TEST_F(IniReading, DoublesKeepFloatPrecisionAndSixDecimals) {
     ASSERT_TRUE(ini.put("refDyn", "vel", 0.1));
     ASSERT_TRUE(ini.put("refDyn", "acc", 0.0000004));
     EXPECT_EQ(raw.gets("refDyn", "vel"), "0.100000");
@@ -38,10 +37,10 @@ TEST_F(IniReading, DoublesKeepFloatPrecisionAndSixDecimals)
     EXPECT_EQ(raw.gets("refDyn", "acc"), "0.000000");
 }
 
-TEST_F(IniReading, IntegersBooleansAndDefaults)
-{
-    writeBytes(path, "[n]\nhex=0x1F\nnotHex=1F\nneg= -42 \nempty=\nword=abc\n"
-                     "y=yes\nno=no\nm=maybe\nt=TRUE\none=1\n");
+TEST_F(IniReading, IntegersBooleansAndDefaults) {
+    writeBytes(path,
+               "[n]\nhex=0x1F\nnotHex=1F\nneg= -42 \nempty=\nword=abc\n"
+               "y=yes\nno=no\nm=maybe\nt=TRUE\none=1\n");
     EXPECT_EQ(ini.getInt("n", "hex"), 31);
     EXPECT_EQ(ini.getInt("n", "notHex"), 1);
     EXPECT_EQ(ini.getInt("n", "neg"), -42);
@@ -61,8 +60,7 @@ TEST_F(IniReading, IntegersBooleansAndDefaults)
     EXPECT_STREQ(small, "dfl");
 }
 
-TEST_F(IniReading, MissingSectionOrKeyIsThrownAsItsCode)
-{
+TEST_F(IniReading, MissingSectionOrKeyIsThrownAsItsCode) {
     writeBytes(path, "[tool1]\nx=1\n[tool2]\ny=2\n");
     EXPECT_EQ(codeOf([&] { ini.getInt("tool3", "x"); }), srci::err_ini_no_section);
     EXPECT_EQ(codeOf([&] { ini.getInt("tool9", "y"); }), 0x10002);  // y exists, in tool2
@@ -71,12 +69,10 @@ TEST_F(IniReading, MissingSectionOrKeyIsThrownAsItsCode)
     EXPECT_EQ(codeOf([&] { ini.getStr("nope", "x"); }), srci::err_ini_no_section);
     EXPECT_EQ(codeOf([&] { ini.getBool("tool1", "nope"); }), srci::err_ini_no_key);
     EXPECT_EQ(codeOf([&] { ini.checkKey("tool2", "y"); }), 0);
-    EXPECT_EQ(codeOf([&] { INI(dir.file("absent.ini")).getInt("tool1", "x"); }),
-              srci::err_ini_no_section);
+    EXPECT_EQ(codeOf([&] { INI(dir.file("absent.ini")).getInt("tool1", "x"); }), srci::err_ini_no_section);
 }
 
-TEST_F(IniReading, NamesCompareWithoutCaseButWithLength)
-{
+TEST_F(IniReading, NamesCompareWithoutCaseButWithLength) {
     writeBytes(path, "[Tool1]\n  LoadID = 4\n[tool10]\nloadId=10\n[ tool2 ]\nloadId=2\n");
     EXPECT_EQ(ini.getInt("tool1", "loadId"), 4);
     EXPECT_EQ(ini.getInt("TOOL10", "LOADID"), 10);
@@ -85,25 +81,30 @@ TEST_F(IniReading, NamesCompareWithoutCaseButWithLength)
     EXPECT_FALSE(ini.hasKey("tool1", "load"));
 }
 
-TEST_F(IniReading, CommentsSeparatorsAndQuotes)
-{
-    writeBytes(path, "; leading comment\ntop = head value\n# x=hidden\n"
-                     "[s]  ; comment after the section\n   ; x=also hidden\n"
-                     "a = 1 ; trailing\nb=two#words\nc : colon value\nd:e=f\n"
-                     "e\t=\ttabs\t\r\nplain line\n"
-                     "spaces=\"  padded  \"\ncomment=\"a;b#c\" ; real comment\n"
-                     "escaped=\"say \\\"hi\\\" now\"\nbackslash=\"C:\\dir\"\n"
-                     "open=\"no closing quote  \ninner=ab\"cd\n");
+TEST_F(IniReading, CommentsSeparatorsAndQuotes) {
+    writeBytes(path,
+               "; leading comment\ntop = head value\n# x=hidden\n"
+               "[s]  ; comment after the section\n   ; x=also hidden\n"
+               "a = 1 ; trailing\nb=two#words\nc : colon value\nd:e=f\n"
+               "e\t=\ttabs\t\r\nplain line\n"
+               "spaces=\"  padded  \"\ncomment=\"a;b#c\" ; real comment\n"
+               "escaped=\"say \\\"hi\\\" now\"\nbackslash=\"C:\\dir\"\n"
+               "open=\"no closing quote  \ninner=ab\"cd\n");
     EXPECT_EQ(raw.gets("", "top"), "head value");
     EXPECT_FALSE(raw.haskey("s", "x"));
     EXPECT_FALSE(raw.haskey("", "a"));  // keys end at the first section line
-    const std::pair<const char*, const char*> expected[] = {
-        {"a", "1"},           {"b", "two"},          {"c", "colon value"},   {"d:e", "f"},
-        {"e", "tabs"},        {"spaces", "  padded  "}, {"comment", "a;b#c"},
-        {"escaped", "say \"hi\" now"}, {"backslash", "C:\\dir"},
-        {"open", "no closing quote"},  {"inner", "ab\"cd"}};
-    for (const auto& [key, value] : expected)
-        EXPECT_EQ(raw.gets("s", key, "<missing>"), value) << key;
+    const std::pair<const char*, const char*> expected[] = {{"a", "1"},
+                                                            {"b", "two"},
+                                                            {"c", "colon value"},
+                                                            {"d:e", "f"},
+                                                            {"e", "tabs"},
+                                                            {"spaces", "  padded  "},
+                                                            {"comment", "a;b#c"},
+                                                            {"escaped", "say \"hi\" now"},
+                                                            {"backslash", "C:\\dir"},
+                                                            {"open", "no closing quote"},
+                                                            {"inner", "ab\"cd"}};
+    for (const auto& [key, value] : expected) EXPECT_EQ(raw.gets("s", key, "<missing>"), value) << key;
     EXPECT_FALSE(raw.haskey("s", "d"));  // "=" ends a key before ":" does
     EXPECT_FALSE(raw.haskey("s", "plain line"));
 }

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Files that are damaged or not files at all: reads give what they can or the
 // default, writes fail cleanly or repair, and nothing crashes or waits.
 #include <gtest/gtest.h>
@@ -18,24 +19,20 @@ protected:
     minIni ini{path};
 };
 
-TEST_F(IniRobustness, BinaryGarbageGivesDefaultsAndIsCopiedAsItWas)
-{
+TEST_F(IniRobustness, BinaryGarbageGivesDefaultsAndIsCopiedAsItWas) {
     std::mt19937 random(20240611);
     std::string garbage(64 * 1024, '\0');
-    for (char& c : garbage)
-        c = static_cast<char>(random());
+    for (char& c : garbage) c = static_cast<char>(random());
     writeBytes(path, garbage);
     EXPECT_EQ(ini.gets("tool1", "x", "dflt"), "dflt");
-    for (int i = 0; !ini.getsection(i).empty(); ++i)
-        ASSERT_LT(i, 100000) << "enumeration must end";
+    for (int i = 0; !ini.getsection(i).empty(); ++i) ASSERT_LT(i, 100000) << "enumeration must end";
 
     ASSERT_TRUE(ini.put("tool1", "x", 1.5));
     EXPECT_FLOAT_EQ(ini.getf("tool1", "x"), 1.5f);
     EXPECT_EQ(readBytes(path).compare(0, garbage.size(), garbage), 0);
 }
 
-TEST_F(IniRobustness, OverlongLinesAreCutForReadingButCopiedWhole)
-{
+TEST_F(IniRobustness, OverlongLinesAreCutForReadingButCopiedWhole) {
     const std::string longLine = "long=" + std::string(10 * 1024, 'v') + "\n";
     writeBytes(path, "[s]\n" + longLine + "after=1\n");
     EXPECT_EQ(ini.gets("s", "long"), std::string(INI_BUFFERSIZE - 1 - 5, 'v'));
@@ -52,8 +49,7 @@ TEST_F(IniRobustness, OverlongLinesAreCutForReadingButCopiedWhole)
     EXPECT_EQ(ini.gets("s", "k"), "2");
 }
 
-TEST_F(IniRobustness, NulBytesEndTheReadablePartOfALine)
-{
+TEST_F(IniRobustness, NulBytesEndTheReadablePartOfALine) {
     writeBytes(path, "[s]\nk=ab\0cd\n\0x=1\ny=2\n"s);
     EXPECT_EQ(ini.gets("s", "k"), "ab");
     EXPECT_FALSE(ini.haskey("s", "x"));
@@ -61,8 +57,7 @@ TEST_F(IniRobustness, NulBytesEndTheReadablePartOfALine)
     EXPECT_EQ(readBytes(path), "[s]\nk=ab\0cd\n\0x=1\ny=33\n"s);
 }
 
-TEST_F(IniRobustness, TruncatedFilesStillReadAndAreRepairedByWrites)
-{
+TEST_F(IniRobustness, TruncatedFilesStillReadAndAreRepairedByWrites) {
     struct Case {
         std::string damaged, x, repaired;
     };
@@ -78,8 +73,7 @@ TEST_F(IniRobustness, TruncatedFilesStillReadAndAreRepairedByWrites)
     }
 }
 
-TEST_F(IniRobustness, SomethingOtherThanAFileUnderTheName)
-{
+TEST_F(IniRobustness, SomethingOtherThanAFileUnderTheName) {
     std::filesystem::create_directory(path);
     EXPECT_EQ(ini.gets("s", "k", "d"), "d");
     EXPECT_FALSE(ini.put("s", "k", 1) || ini.del("s"));

@@ -1,10 +1,11 @@
+// SPDX-License-Identifier: Apache-2.0
 // Where and how writes land in the file: placement, in-place overwrite versus the
 // temporary copy, deletion, quoting and refused input.
 #include <gtest/gtest.h>
 
+#include <unistd.h>
 #include <cmath>
 #include <initializer_list>
-#include <unistd.h>
 
 #include "INI/iniHandler.h"
 #include "iniTestFiles.h"
@@ -18,8 +19,7 @@ protected:
     minIni ini{path};
 };
 
-TEST_F(IniWriting, InPlaceTemporaryCopyOrNoWriteAtAll)
-{
+TEST_F(IniWriting, InPlaceTemporaryCopyOrNoWriteAtAll) {
     writeBytes(path, "[a]\nk=1\nq = \"v;1\"   \n");
     const struct stat first = statOf(path);
     ASSERT_TRUE(ini.put("a", "k", 2));  // same length: still a new file, never a line rewritten in place
@@ -34,8 +34,7 @@ TEST_F(IniWriting, InPlaceTemporaryCopyOrNoWriteAtAll)
     EXPECT_FALSE(std::filesystem::exists(dir.file("srci.in~")));
 }
 
-TEST_F(IniWriting, NewKeysGoAfterTheSectionsLastLine)
-{
+TEST_F(IniWriting, NewKeysGoAfterTheSectionsLastLine) {
     writeBytes(path, "[a]\nk=1\n\n; end of a\n[b]\nk=2");
     ASSERT_TRUE(ini.put("a", "n", "3"));
     ASSERT_TRUE(ini.put("b", "n", "4"));  // the last line had no line feed
@@ -47,8 +46,7 @@ TEST_F(IniWriting, NewKeysGoAfterTheSectionsLastLine)
     EXPECT_EQ(readBytes(path), "[a]\nfirst=1\nkey=new\nlast=3\n[b]\nkey=b\n[a]\nkey=second a\n");
 }
 
-TEST_F(IniWriting, DeletingKeysAndSections)
-{
+TEST_F(IniWriting, DeletingKeysAndSections) {
     writeBytes(path, "top=1\n[a]\nk=1\nj=2\n[b]\nk=3\n[c]\nk=4\n");
     ASSERT_TRUE(ini.del("a", "K"));
     ASSERT_TRUE(ini.del("B"));
@@ -59,17 +57,16 @@ TEST_F(IniWriting, DeletingKeysAndSections)
     EXPECT_EQ(statOf(path).st_mtim.tv_sec, 946684800);
 
     ASSERT_EQ(ini_puts("c", nullptr, "ignored", path.c_str()), 1);  // the last section
-    ASSERT_TRUE(ini.del(""));  // the keys in front of the first section
+    ASSERT_TRUE(ini.del(""));                                       // the keys in front of the first section
     EXPECT_EQ(readBytes(path), "[a]\nj=2\n");
     EXPECT_TRUE(minIni(dir.file("absent.ini")).del("a", "k"));
     EXPECT_FALSE(std::filesystem::exists(dir.file("absent.ini")));
 }
 
-TEST_F(IniWriting, AwkwardValuesReadBackAndUnreadableOnesAreRefused)
-{
+TEST_F(IniWriting, AwkwardValuesReadBackAndUnreadableOnesAreRefused) {
     const std::initializer_list<std::string> readable = {
-        "a;b", "#hash", "say \"x\"", "trailing ", " leading", "\ttab\t", "back\\slash",
-        "x\\\"y", "=equals=", "[no section]", "", std::string(INI_BUFFERSIZE - 1 - 2, 'v')};
+        "a;b",         "#hash",  "say \"x\"", "trailing ",    " leading", "\ttab\t",
+        "back\\slash", "x\\\"y", "=equals=",  "[no section]", "",         std::string(INI_BUFFERSIZE - 1 - 2, 'v')};
     for (const std::string& value : readable) {
         ASSERT_TRUE(ini.put("s", "k", value)) << value;
         EXPECT_EQ(ini.gets("s", "k", "<default>"), value);
@@ -77,29 +74,25 @@ TEST_F(IniWriting, AwkwardValuesReadBackAndUnreadableOnesAreRefused)
     EXPECT_EQ(ini.getsection(1), "");
 
     ASSERT_TRUE(ini.put("s", "k", "1"));
-    const std::initializer_list<std::string> unreadable = {
-        "two\nlines", "cr\r", "#quoted ends in backslash\\", std::string(INI_BUFFERSIZE - 2, 'v')};
-    for (const std::string& value : unreadable)
-        EXPECT_FALSE(ini.put("s", "k", value));
-    for (const std::string key : {"a=b", " k", "", ";k", "[k"})
-        EXPECT_FALSE(ini.put("s", key, "1")) << key;
+    const std::initializer_list<std::string> unreadable = {"two\nlines", "cr\r", "#quoted ends in backslash\\",
+                                                           std::string(INI_BUFFERSIZE - 2, 'v')};
+    for (const std::string& value : unreadable) EXPECT_FALSE(ini.put("s", "k", value));
+    for (const std::string key : {"a=b", " k", "", ";k", "[k"}) EXPECT_FALSE(ini.put("s", key, "1")) << key;
     EXPECT_FALSE(ini.put("s]", "k", "1"));
     EXPECT_FALSE(ini.put("new\n[s]", "k", "1"));
     EXPECT_FALSE(INI(path).put("s", "k", static_cast<const char*>(nullptr)));
     EXPECT_EQ(readBytes(path), "[s]\nk=1\n");
 }
 
-TEST_F(IniWriting, TypedWritersAndTheirTextForms)
-{
+TEST_F(IniWriting, TypedWritersAndTheirTextForms) {
     std::filesystem::remove(path);
-    ASSERT_TRUE(ini.put("t", "long", -1234567890L) && ini.put("t", "f", 2.5f) &&
-                ini.put("t", "huge", 1e300) && ini.put("t", "on", true) && ini.put("t", "off", false));
+    ASSERT_TRUE(ini.put("t", "long", -1234567890L) && ini.put("t", "f", 2.5f) && ini.put("t", "huge", 1e300) &&
+                ini.put("t", "on", true) && ini.put("t", "off", false));
     EXPECT_EQ(readBytes(path), "[t]\nlong=-1234567890\nf=2.500000\nhuge=inf\non=true\noff=false\n");
     EXPECT_TRUE(std::isinf(ini.getf("t", "huge")));
 }
 
-TEST_F(IniWriting, FailedWritesReportFalseAndKeepTheOldFile)
-{
+TEST_F(IniWriting, FailedWritesReportFalseAndKeepTheOldFile) {
     writeBytes(dir.file("plain"), "x");
     EXPECT_FALSE(INI(dir.file("plain/srci.ini")).put("s", "k", 1));
     EXPECT_FALSE(INI(dir.file("missing-dir/srci.ini")).put("s", "k", 1));
@@ -118,8 +111,8 @@ TEST_F(IniWriting, FailedWritesReportFalseAndKeepTheOldFile)
     if (::geteuid() != 0) {  // permissions do not bind the super-user
         std::filesystem::create_directory(dir.file("locked"));
         writeBytes(dir.file("locked/srci.ini"), "[s]\nk=1\n");
-        std::filesystem::permissions(dir.file("locked"), std::filesystem::perms::owner_read |
-                                                             std::filesystem::perms::owner_exec);
+        std::filesystem::permissions(dir.file("locked"),
+                                     std::filesystem::perms::owner_read | std::filesystem::perms::owner_exec);
         EXPECT_FALSE(INI(dir.file("locked/srci.ini")).put("s", "k", "longer"));
         EXPECT_FALSE(INI(dir.file("locked/new.ini")).put("s", "k", 1));
         std::filesystem::permissions(dir.file("locked"), std::filesystem::perms::owner_all);

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # Installs the build into a scratch prefix, then builds a consumer against it twice:
 # through find_package(srci_server) and through pkg-config.
 set(prefix ${WORK}/prefix)

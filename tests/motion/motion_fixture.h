@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A powered arm, an empty process-wide motion manager and a cycle that steps the arm by one
 // interpreter cycle before the manager's update.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Common ground of the store, motion and power tests: the simulated arm in manual mode, the
 // controller adapter's waits turned into simulated time, and a reader of the process log.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Recording double of the interpreter's report functions: every call is kept with its
 // arguments and the test cycle in which it was made.
 #pragma once

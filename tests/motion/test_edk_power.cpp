@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The power/enable worker: one worker at a time, disable through the motion manager, and
 // failures that leave the flags ready for the next attempt.
 #include <condition_variable>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Rate scaling, parameter checks, jog bits, sync switches, log level and pending errors of the
 // process-wide store (built from an empty working directory, so with the file's fallbacks).
 #include <gtest/gtest.h>
@@ -139,9 +140,8 @@ TEST_F(RulesTest, LogLevelSelectsTheFilterByTable) {
     const struct {
         unsigned char level;
         int filter;
-    } rows[] = {{200, zlog::ZLogLvError}, {29, zlog::ZLogLvError}, {28, zlog::ZLogLvError},
-                {27, zlog::ZLogLvWarn},   {20, zlog::ZLogLvWarn},   {19, zlog::ZLogLvInfo},
-                {5, zlog::ZLogLvInfo},    {4, zlog::ZLogLvDebug}};
+    } rows[] = {{200, zlog::ZLogLvError}, {29, zlog::ZLogLvError}, {28, zlog::ZLogLvError}, {27, zlog::ZLogLvWarn},
+                {20, zlog::ZLogLvWarn},   {19, zlog::ZLogLvInfo},  {5, zlog::ZLogLvInfo},   {4, zlog::ZLogLvDebug}};
     for (const auto& row : rows) {
         helper.setLogLevel(row.level);
         EXPECT_EQ(log->lv_filter(), row.filter) << int(row.level);

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The parameter store against the simulated arm: first start, read-back, fallbacks and the
 // rules its setters enforce.
 #include <gtest/gtest.h>

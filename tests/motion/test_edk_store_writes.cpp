@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Each stored record reaches srci.ini in one synced replacement of the file, with the bytes the
 // key-by-key format gives: a crash leaves a tool, frame, load or dynamics record whole.
 #include <gtest/gtest.h>
@@ -48,17 +49,46 @@ TEST(StoreWrites, EachRecordIsOneSyncedReplacementInTheFileFormat) {
     const srci::LoadData load{2.5, 0.1, 0.2, 0.3, 0, 0, 0, 0.01, 0.02, 0.03};
 
     const RecordWrite cases[] = {
-        {"tool", [&](EDK_Helper& h) { h.setStoredTool(3, tool); }, "tool3",
-         {{"x", 10.5}, {"y", -20.25}, {"z", 130.0}, {"rx", 1.0}, {"ry", 2.0}, {"rz", 3.0},
-          {"fixTCP", true}, {"loadId", 4}, {"physicalToolId", 7}}},
-        {"frame", [&](EDK_Helper& h) { h.setStoredFrame(2, frame); }, "userFrame2",
+        {"tool",
+         [&](EDK_Helper& h) { h.setStoredTool(3, tool); },
+         "tool3",
+         {{"x", 10.5},
+          {"y", -20.25},
+          {"z", 130.0},
+          {"rx", 1.0},
+          {"ry", 2.0},
+          {"rz", 3.0},
+          {"fixTCP", true},
+          {"loadId", 4},
+          {"physicalToolId", 7}}},
+        {"frame",
+         [&](EDK_Helper& h) { h.setStoredFrame(2, frame); },
+         "userFrame2",
          {{"x", 100.0}, {"y", 200.0}, {"z", 0.0}, {"rx", 0.0}, {"ry", 0.0}, {"rz", 45.0}, {"refIndex", 0}}},
-        {"load", [&](EDK_Helper& h) { h.setStoredLoad(4, load); }, "load4",
-         {{"mass", 2.5}, {"x", 0.1}, {"y", 0.2}, {"z", 0.3}, {"rx", 0.0}, {"ry", 0.0}, {"rz", 0.0},
-          {"ix", 0.01}, {"iy", 0.02}, {"iz", 0.03}}},
-        {"refDyn", [](EDK_Helper& h) { h.setStoredRefDyn_linear({500.0, 600.0, -1.0, -1.0}); }, "refDyn",
+        {"load",
+         [&](EDK_Helper& h) { h.setStoredLoad(4, load); },
+         "load4",
+         {{"mass", 2.5},
+          {"x", 0.1},
+          {"y", 0.2},
+          {"z", 0.3},
+          {"rx", 0.0},
+          {"ry", 0.0},
+          {"rz", 0.0},
+          {"ix", 0.01},
+          {"iy", 0.02},
+          {"iz", 0.03}}},
+        {"refDyn",
+         [](EDK_Helper& h) {
+             h.setStoredRefDyn_linear({500.0, 600.0, -1.0, -1.0});
+         },
+         "refDyn",
          {{"vel", 500.0}, {"acc", 600.0}, {"dec", -1.0}, {"jerk", -1.0}}},
-        {"defaultDyn", [](EDK_Helper& h) { h.setStoredDefaultDyn({0.5, 0.75, -1.0, -1.0}); }, "defaultDyn",
+        {"defaultDyn",
+         [](EDK_Helper& h) {
+             h.setStoredDefaultDyn({0.5, 0.75, -1.0, -1.0});
+         },
+         "defaultDyn",
          {{"vel", 0.5}, {"acc", 0.75}, {"dec", -1.0}, {"jerk", -1.0}}},
     };
     for (const RecordWrite& c : cases) {

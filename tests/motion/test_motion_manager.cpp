@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The motion manager against the simulated arm: moves sent ahead and blended, their states
 // reported in order and paced, group stop/pause/continue, controller errors and jogs.
 #include <algorithm>
@@ -158,7 +159,8 @@ TEST_F(MovesTest, MoveAlreadyAtTargetIsDoneAndItsIdTravelsAsLowByte) {
 TEST_F(MovesTest, ControllerCodesAreMappedAndProtectiveStopBecomes117) {
     const struct {
         int32_t raw, stored;
-    } rows[] = {{0xF0017, 27651}, {0xF0020, 27651}, {0x10042, 27652}, {0x50036, 27652}, {0xF0009, 27652}, {0x1234, 0x1234}};
+    } rows[] = {{0xF0017, 27651}, {0xF0020, 27651}, {0x10042, 27652},
+                {0x50036, 27652}, {0xF0009, 27652}, {0x1234, 0x1234}};
     for (const auto& r : rows) {
         sim().injectError(r.raw);
         mm.newErrStored = {0, 0};

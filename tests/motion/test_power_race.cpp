@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The main cycle keeps polling the controller and running the motion manager while the power
 // worker enables and disables the arm with moves queued. Run under ThreadSanitizer (label tsan):
 // the worker must share neither a status snapshot nor the motion queues with the cycle.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The srci-plc command line as the tests feed it: argv without the program name, script lines.
 #pragma once
 

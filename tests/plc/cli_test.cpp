@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // srci-plc command lines, scripts and their execution on a scripted robot.
 #include <gtest/gtest.h>
 
@@ -28,16 +29,16 @@ TEST(CliOptions, ValidatesCommandLinesBeforeAnythingIsSent) {
     EXPECT_NO_THROW(validate_command(line("move-axes 0 -30 90 0 60 0 vel=20 --no-wait # comment")));
     EXPECT_NO_THROW(validate_command(line("jog joint j1+ rot=5")));
     EXPECT_NO_THROW(validate_command(line("sleep 100")));
-    const char* bad[] = {"move-axes 0 vel=200",         // rate above 100 %
-                         "move-axes 0 vel=20 vel=30",   // twice
-                         "move-axes zero",              // not a number
-                         "read-tool 300",               // USINT overflow
-                         "jog sideways x+",             // bad mode
-                         "jog frame q+",                // bad axis
-                         "sleep -5",                    // negative
-                         "run other.srci",              // nested script
-                         "read-messages",               // owned by the session
-                         "teleport 1 2 3",              // unknown
+    const char* bad[] = {"move-axes 0 vel=200",        // rate above 100 %
+                         "move-axes 0 vel=20 vel=30",  // twice
+                         "move-axes zero",             // not a number
+                         "read-tool 300",              // USINT overflow
+                         "jog sideways x+",            // bad mode
+                         "jog frame q+",               // bad axis
+                         "sleep -5",                   // negative
+                         "run other.srci",             // nested script
+                         "read-messages",              // owned by the session
+                         "teleport 1 2 3",             // unknown
                          "stop now"};
     for (const char* b : bad) EXPECT_THROW(validate_command(line(b)), UsageError) << b;
     EXPECT_TRUE(split_script_line("   # only a comment").empty());
@@ -81,41 +82,46 @@ protected:
     void robot(FakeRobotPeer& p, const ReceivedCommand& c) {
         const auto& b = c.payload;
         switch (c.cmd_type()) {
-        case 1000: {
-            const bool on = b.size() > 4 && (b[4] & 1);
-            if (on && estop) {  // stays Active, not enabled, and says why in a message
-                p.respond(c.cmd_id, 4, c.par_seq(), {0});
-                std::vector<uint8_t> msg(40, 0);
-                msg[0] = 9;      // MsgID
-                msg[1] = 0x01;   // Enabled
-                msg[11] = 28;    // severity error
-                msg[15] = 0x75;  // code 0x00000075
-                p.respond(1, 4, 1, msg);
+            case 1000: {
+                const bool on = b.size() > 4 && (b[4] & 1);
+                if (on && estop) {  // stays Active, not enabled, and says why in a message
+                    p.respond(c.cmd_id, 4, c.par_seq(), {0});
+                    std::vector<uint8_t> msg(40, 0);
+                    msg[0] = 9;      // MsgID
+                    msg[1] = 0x01;   // Enabled
+                    msg[11] = 28;    // severity error
+                    msg[15] = 0x75;  // code 0x00000075
+                    p.respond(1, 4, 1, msg);
+                    break;
+                }
+                p.respond(c.cmd_id, on ? 4 : 10, c.par_seq(), {static_cast<uint8_t>(on)});
                 break;
             }
-            p.respond(c.cmd_id, on ? 4 : 10, c.par_seq(), {static_cast<uint8_t>(on)});
-            break;
-        }
-        case 2100: {
-            const bool on = b[4] & 1;
-            const bool dir = b[20] | b[21] | b[22];
-            jog_directions.push_back(static_cast<uint8_t>(b[20] | b[21] | b[22]));
-            p.respond(c.cmd_id, on ? 4 : 10, c.par_seq(), {static_cast<uint8_t>((on ? 1 : 0) | (dir ? 2 : 0))});
-            break;
-        }
-        case 2101:  // held moves report 42 % done
-            p.respond(c.cmd_id, hold_moves ? 4 : 10, c.par_seq(),
-                      hold_moves ? std::vector<uint8_t>{1, 0, 0, 0, 0x10, 0x68} : std::vector<uint8_t>(6, 0));
-            if (hold_moves) held.push_back(c.cmd_id);
-            break;
-        case 2003:  // aborts the held moves, then Done
-            stops.push_back(c.cmd_id);
-            for (uint16_t id : held) p.respond(id, 14, 1, std::vector<uint8_t>(6, 0));
-            held.clear();
-            p.respond(c.cmd_id, 10, c.par_seq(), {0});
-            break;
-        case 9000: answer_startup(p, c); configs.push_back(c); break;
-        default: answer_startup(p, c); break;
+            case 2100: {
+                const bool on = b[4] & 1;
+                const bool dir = b[20] | b[21] | b[22];
+                jog_directions.push_back(static_cast<uint8_t>(b[20] | b[21] | b[22]));
+                p.respond(c.cmd_id, on ? 4 : 10, c.par_seq(), {static_cast<uint8_t>((on ? 1 : 0) | (dir ? 2 : 0))});
+                break;
+            }
+            case 2101:  // held moves report 42 % done
+                p.respond(c.cmd_id, hold_moves ? 4 : 10, c.par_seq(),
+                          hold_moves ? std::vector<uint8_t>{1, 0, 0, 0, 0x10, 0x68} : std::vector<uint8_t>(6, 0));
+                if (hold_moves) held.push_back(c.cmd_id);
+                break;
+            case 2003:  // aborts the held moves, then Done
+                stops.push_back(c.cmd_id);
+                for (uint16_t id : held) p.respond(id, 14, 1, std::vector<uint8_t>(6, 0));
+                held.clear();
+                p.respond(c.cmd_id, 10, c.par_seq(), {0});
+                break;
+            case 9000:
+                answer_startup(p, c);
+                configs.push_back(c);
+                break;
+            default:
+                answer_startup(p, c);
+                break;
         }
     }
 
@@ -187,7 +193,9 @@ TEST(CliProgress, ShowsTheRobotsProgressAndDistanceToGo) {
         std::vector<uint8_t> payload;  // response payload including the 4-byte header
         const char* says;
     } cases[] = {
-        {"move-linear", cmd_state::kActive, {0, 0, 0, 0, 1, 0, 0, 0, 0x10, 0x68, 0x42, 0xF7, 0x00, 0x00},
+        {"move-linear",
+         cmd_state::kActive,
+         {0, 0, 0, 0, 1, 0, 0, 0, 0x10, 0x68, 0x42, 0xF7, 0x00, 0x00},
          "move-linear: Active 42.0%, 123.5 mm to go (2 s)"},
         {"move-axes", cmd_state::kActive, {0, 0, 0, 0, 1, 0, 0, 0, 0x26, 0xAC}, "move-axes: Active 99.0% (2 s)"},
         {"enable", cmd_state::kActive, {0, 0, 0, 0, 0}, "enable: Active, not enabled yet (2 s)"},

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What srci-plc accepts on its command line and how it explains robot codes:
 // nothing that would move the robot with values the user did not give.
 #include <arpa/inet.h>
@@ -152,7 +153,9 @@ namespace {
 // What pnio-sim answers while no adapter runs: its empty image.
 class EmptyGateway : public Transport {
 public:
-    void exchange(const std::vector<uint8_t>&, std::vector<uint8_t>& rx) override { std::fill(rx.begin(), rx.end(), 0); }
+    void exchange(const std::vector<uint8_t>&, std::vector<uint8_t>& rx) override {
+        std::fill(rx.begin(), rx.end(), 0);
+    }
 };
 
 }  // namespace

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Command payloads against hand-built byte arrays from the payload tables.
 #include <gtest/gtest.h>
 
@@ -23,14 +24,14 @@ TEST(CommandPayload, MoveAxesAbsoluteMatchesTable) {
     const auto payload = encode_command(
         cmd("move-axes"), {{"j1", 10}, {"j2", -90}, {"j3", 1}, {"vel", 50}, {"acc", 25}, {"tool", 1}}, 1, Timestamp{});
     std::vector<uint8_t> expected(80, 0);
-    put(expected, 0, {0x08, 0x35});  // CmdType 2101
-    put(expected, 2, {0x00});        // ExecMode 0 = sequence primary
-    put(expected, 3, {0x13});        // ParSeq 1, priority 3
-    put(expected, 10, {0x13, 0x88});  // VelocityRate 50.00 %
-    put(expected, 12, {0x09, 0xC4});  // AccelerationRate 25.00 %
-    put(expected, 14, {0xFF, 0xFF});  // DecelerationRate not set
-    put(expected, 16, {0xFF, 0xFF});  // JerkRate not set
-    put(expected, 18, {0x01});        // ToolNo 1, BlendingMode 0 at 19
+    put(expected, 0, {0x08, 0x35});               // CmdType 2101
+    put(expected, 2, {0x00});                     // ExecMode 0 = sequence primary
+    put(expected, 3, {0x13});                     // ParSeq 1, priority 3
+    put(expected, 10, {0x13, 0x88});              // VelocityRate 50.00 %
+    put(expected, 12, {0x09, 0xC4});              // AccelerationRate 25.00 %
+    put(expected, 14, {0xFF, 0xFF});              // DecelerationRate not set
+    put(expected, 16, {0xFF, 0xFF});              // JerkRate not set
+    put(expected, 18, {0x01});                    // ToolNo 1, BlendingMode 0 at 19
     put(expected, 28, {0x41, 0x20, 0x00, 0x00});  // J1 10.0
     put(expected, 32, {0xC2, 0xB4, 0x00, 0x00});  // J2 -90.0
     put(expected, 36, {0x3F, 0x80, 0x00, 0x00});  // J3 1.0
@@ -65,7 +66,7 @@ TEST(CommandPayload, JogSetsDirectionBitsAndSecondarySequence) {
     put(expected, 4, {0x01});                     // Enable
     put(expected, 6, {0xFF, 0xFF, 0x02});         // current tool/frame, mode joints
     put(expected, 14, {0x40, 0xA0, 0x00, 0x00});  // IncrementalRotation 5.0
-    put(expected, 18, {0x01, 0xF4});             // Override 5.00 %
+    put(expected, 18, {0x01, 0xF4});              // Override 5.00 %
     put(expected, 21, {0x01});                    // Z/J3- is byte 21 bit 0
     EXPECT_EQ(p, expected);
 }
@@ -85,7 +86,7 @@ TEST(CommandPayload, ExchangeConfigurationAndStamps) {
               (std::vector<uint8_t>{0x31, 0xF0, 0x02, 0x93, 0x2E, 0x00}));
     EXPECT_EQ(tool[18], 0x42);  // Z 100.0 = 42 C8 00 00
     EXPECT_EQ(tool[19], 0xC8);
-    EXPECT_EQ(tool[38], 3);     // ToolNo at the end of the record
+    EXPECT_EQ(tool[38], 3);  // ToolNo at the end of the record
 }
 
 TEST(CommandPayload, RejectsBadValuesWithClearErrors) {
@@ -108,8 +109,8 @@ TEST(CommandPayload, RejectsBadValuesWithClearErrors) {
 
 TEST(CommandPayload, DecodesResponsesFieldByField) {
     std::vector<uint8_t> r(14, 0);
-    put(r, 0, {0x1A, 0x00, 0x00, 0x00});  // ParSeq 1, Done
-    put(r, 8, {0x27, 0x10});              // Progress 100.00 %
+    put(r, 0, {0x1A, 0x00, 0x00, 0x00});   // ParSeq 1, Done
+    put(r, 8, {0x27, 0x10});               // Progress 100.00 %
     put(r, 10, {0x40, 0x00, 0x00, 0x00});  // RemainingDistance 2.0
     const auto fields = decode_fields(cmd("move-linear").response, r);
     std::map<std::string, double> got;

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "fake_robot_peer.hpp"
 
 namespace {
@@ -10,8 +11,8 @@ void put_be16(std::vector<uint8_t>& v, size_t off, uint16_t x) {
 
 }  // namespace
 
-void FakeRobotPeer::respond(uint16_t cmd_id, uint8_t state, uint8_t par_seq, std::vector<uint8_t> body,
-                            int8_t severity, uint16_t code) {
+void FakeRobotPeer::respond(uint16_t cmd_id, uint8_t state, uint8_t par_seq, std::vector<uint8_t> body, int8_t severity,
+                            uint16_t code) {
     std::vector<uint8_t> f(8 + 4, 0);
     put_be16(f, 0, cmd_id);
     f[3] = 0x05;  // Complete + Clear
@@ -85,27 +86,28 @@ void FakeRobotPeer::exchange(const std::vector<uint8_t>& tx, std::vector<uint8_t
 
 void answer_startup(FakeRobotPeer& peer, const ReceivedCommand& c, uint16_t length_acr) {
     switch (c.cmd_type()) {
-    case 9001: {  // ReadMessages: Active, Enabled, no message
-        std::vector<uint8_t> body(16, 0);
-        body[1] = 0x01;
-        peer.respond(c.cmd_id, 4, c.par_seq(), body);
-        break;
-    }
-    case 9000: {  // ExchangeConfiguration: Active, Enabled, LengthACR
-        std::vector<uint8_t> body(26, 0);
-        body[0] = 0x01;
-        put_be16(body, 2, length_acr);
-        peer.respond(c.cmd_id, 4, c.par_seq(), body);
-        break;
-    }
-    case 9002: {  // ReadRobotData: Done, bitmap at payload byte 96
-        std::vector<uint8_t> body(130, 0);
-        body[0] = 'S';
-        body[92] = 0xFE;
-        body[93] = 0x01;
-        peer.respond(c.cmd_id, 10, c.par_seq(), body);
-        break;
-    }
-    default: break;
+        case 9001: {  // ReadMessages: Active, Enabled, no message
+            std::vector<uint8_t> body(16, 0);
+            body[1] = 0x01;
+            peer.respond(c.cmd_id, 4, c.par_seq(), body);
+            break;
+        }
+        case 9000: {  // ExchangeConfiguration: Active, Enabled, LengthACR
+            std::vector<uint8_t> body(26, 0);
+            body[0] = 0x01;
+            put_be16(body, 2, length_acr);
+            peer.respond(c.cmd_id, 4, c.par_seq(), body);
+            break;
+        }
+        case 9002: {  // ReadRobotData: Done, bitmap at payload byte 96
+            std::vector<uint8_t> body(130, 0);
+            body[0] = 'S';
+            body[92] = 0xFE;
+            body[93] = 0x01;
+            peer.respond(c.cmd_id, 10, c.par_seq(), body);
+            break;
+        }
+        default:
+            break;
     }
 }

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 // A scripted robot side for client tests. It decodes P->R telegrams with its
 // own minimal parser and answers like a robot that follows the wire rules:
@@ -13,7 +14,9 @@ struct ReceivedCommand {
     uint16_t cmd_id = 0;
     uint8_t first_action = 0;  // FragmentAction of the first fragment
     std::vector<uint8_t> payload;
-    uint16_t cmd_type() const { return static_cast<uint16_t>(payload.size() >= 2 ? (payload[0] << 8) | payload[1] : 0); }
+    uint16_t cmd_type() const {
+        return static_cast<uint16_t>(payload.size() >= 2 ? (payload[0] << 8) | payload[1] : 0);
+    }
     uint8_t exec_mode() const { return payload.size() > 2 ? payload[2] & 0x0F : 0; }
     uint8_t par_seq() const { return payload.size() > 3 ? payload[3] >> 4 : 0; }
 };

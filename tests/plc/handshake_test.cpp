@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Session logic of the client against a scripted robot peer: start-up,
 // SEQ/ACK stop-and-wait, the command register, messages and FastStop.
 #include <gtest/gtest.h>
@@ -57,7 +58,7 @@ TEST(ClientHandshake, ResetsAnOldSessionThenInitializesAndStartsTheMandatoryComm
     EXPECT_EQ(cfg.cmd_type(), 9000);
     EXPECT_EQ(cfg.cmd_id, 2);
     ASSERT_GE(cfg.payload.size(), 12u);
-    EXPECT_EQ(cfg.payload[5] & 0x02, 0x02);                 // Enable
+    EXPECT_EQ(cfg.payload[5] & 0x02, 0x02);                    // Enable
     EXPECT_EQ((cfg.payload[10] << 8) | cfg.payload[11], 250);  // LifeSignTimeOut
     EXPECT_EQ(peer.received[2].cmd_type(), 9002);
     EXPECT_EQ(peer.received[2].cmd_id, 3);
@@ -172,7 +173,7 @@ TEST(ClientCommands, LowestFreeSlotsAnswersOnlyOnNewAckAndErrorCodes) {
     const CommandResult fin = client.wait(a, WaitFor::Final, 5000);
     EXPECT_TRUE(fin.ok());
     EXPECT_EQ(fin.header.state, cmd_state::kDone);
-    client.cycle();  // slots free one cycle after their final answer
+    client.cycle();                                  // slots free one cycle after their final answer
     EXPECT_EQ(client.submit(move, {{"j1", 3}}), 3);  // ReadRobotData's slot, now free
 
     const CommandResult err = client.execute(*find_command("read-position"), {}, WaitFor::Final, 5000);
@@ -268,6 +269,6 @@ TEST(ClientCommands, SplitsQueuedPayloadsAcrossTelegramsAndSurvivesTornAnswers) 
     EXPECT_EQ((writes[0]->payload[4] << 8) | writes[0]->payload[5], 1);  // WorkAreaNo is a UINT when writing
     EXPECT_EQ((writes[1]->payload[4] << 8) | writes[1]->payload[5], 2);
     EXPECT_EQ(writes[1]->first_action, fragment_action::kReset);  // split: Reset first, Complete last
-    EXPECT_EQ(writes[1]->payload[53], 0x41);                       // Radius 20.0 = 41 A0 00 00
+    EXPECT_EQ(writes[1]->payload[53], 0x41);                      // Radius 20.0 = 41 A0 00 00
     EXPECT_EQ(writes[1]->payload[54], 0xA0);
 }

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Cutting command payloads into fragments.
 #include <gtest/gtest.h>
 

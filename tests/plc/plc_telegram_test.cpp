@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // P->R telegrams reproduced byte for byte from the wire fact sheet.
 #include <gtest/gtest.h>
 
@@ -39,15 +40,15 @@ TEST(PlcTelegram, ReproducesWorkedReadMessagesExample) {
 
     std::vector<uint8_t> expected(256, 0);
     const auto head = bytes({
-        0x23, 0x05,              // version 1.3; FastStop 0, LifeSign 5
-        0x01, 0x00, 0x01, 0x00,  // lengths 256/256
-        0x00, 0x00,              // AxesGroupID 0, Control NONE; reserved
-        0x00, 0x00, 0x00, 0x00,  // no optional cyclic data
-        0x31, 0xF0, 0x02, 0x93, 0x2E, 0x00,  // 2025-01-01, 12:00:00.000
-        0x00, 0x00,              // ToolNo/FrameNo
-        0x00, 0x02, 0x00, 0x0F,  // SEQ 2, 15 bytes follow
+        0x23, 0x05,                                      // version 1.3; FastStop 0, LifeSign 5
+        0x01, 0x00, 0x01, 0x00,                          // lengths 256/256
+        0x00, 0x00,                                      // AxesGroupID 0, Control NONE; reserved
+        0x00, 0x00, 0x00, 0x00,                          // no optional cyclic data
+        0x31, 0xF0, 0x02, 0x93, 0x2E, 0x00,              // 2025-01-01, 12:00:00.000
+        0x00, 0x00,                                      // ToolNo/FrameNo
+        0x00, 0x02, 0x00, 0x0F,                          // SEQ 2, 15 bytes follow
         0x00, 0x01, 0x00, 0x03, 0x00, 0x00, 0x00, 0x07,  // CmdID 1, Reset+Complete, pointer 0, 7 bytes
-        0x23, 0x29, 0x02, 0x13, 0x00, 0x01, 0x14,  // 9001, ExecMode 2, ParSeq 1/Prio 3, MsgID 0, Enable, level 20
+        0x23, 0x29, 0x02, 0x13, 0x00, 0x01, 0x14,        // 9001, ExecMode 2, ParSeq 1/Prio 3, MsgID 0, Enable, level 20
     });
     std::copy(head.begin(), head.end(), expected.begin());
     expected[255] = 0x05;  // footer LifeSign

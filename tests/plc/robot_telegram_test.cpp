@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Decoding a hand-built R->P telegram and its response fragments.
 #include <gtest/gtest.h>
 
@@ -17,9 +18,9 @@ void put(std::vector<uint8_t>& v, size_t off, std::initializer_list<int> bytes) 
 // Cartesian + Joint cyclic blocks, ACK 7, a MoveAxes Done and an error answer.
 std::vector<uint8_t> sample_telegram() {
     std::vector<uint8_t> t(256, 0);
-    put(t, 0, {0x25, 0x70, 0x00, 0xFF});  // version 1.5, robot lifesign 7, TelegramState 255
-    put(t, 4, {0x81, 0x31, 0x00, 0x00});  // status LE: moving, enabled, executing, auto-ext, collision
-    put(t, 8, {0x13, 0x88});              // override 50.00 %
+    put(t, 0, {0x25, 0x70, 0x00, 0xFF});   // version 1.5, robot lifesign 7, TelegramState 255
+    put(t, 4, {0x81, 0x31, 0x00, 0x00});   // status LE: moving, enabled, executing, auto-ext, collision
+    put(t, 8, {0x13, 0x88});               // override 50.00 %
     put(t, 10, {0x42, 0xC8, 0x00, 0x00});  // Cartesian X 100.0
     put(t, 30, {0xC2, 0xB4, 0x00, 0x00});  // RZ -90.0
     put(t, 34, {0x05});                    // config: shoulder back, wrist flip
@@ -27,11 +28,11 @@ std::vector<uint8_t> sample_telegram() {
     put(t, 50, {0x3F, 0x80, 0x00, 0x00});  // Joint J1 1.0
     put(t, 70, {0x42, 0x34, 0x00, 0x00});  // J6 45.0
     put(t, 80, {0x00, 0x07, 0x00, 0x1E});  // ACK 7, 30 bytes follow
-    put(t, 84, {0x00, 0x03, 0x00, 0x05, 0x00, 0x00, 0x00, 0x0A});  // CmdID 3, Complete+Clear, 10 bytes
+    put(t, 84, {0x00, 0x03, 0x00, 0x05, 0x00, 0x00, 0x00, 0x0A});              // CmdID 3, Complete+Clear, 10 bytes
     put(t, 92, {0x1A, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x27, 0x10});  // Done, progress 100 %
-    put(t, 102, {0x00, 0x04, 0x00, 0x05, 0x00, 0x00, 0x00, 0x04});  // CmdID 4, 4 bytes
-    put(t, 110, {0x4F, 0x1C, 0x8F, 0x11});  // ParSeq 4, Error, severity 28, 0x8F11
-    t[255] = 0x70;                          // footer lifesign, hi nibble
+    put(t, 102, {0x00, 0x04, 0x00, 0x05, 0x00, 0x00, 0x00, 0x04});             // CmdID 4, 4 bytes
+    put(t, 110, {0x4F, 0x1C, 0x8F, 0x11});                                     // ParSeq 4, Error, severity 28, 0x8F11
+    t[255] = 0x70;                                                             // footer lifesign, hi nibble
     return t;
 }
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // pnio-sim as the robot adapter and a PLC client see it.
 #include <unistd.h>
 

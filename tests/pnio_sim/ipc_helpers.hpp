@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 // The robot adapter's view of the process image, and TCP helpers for a PLC.
 #include <cstdint>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Start-up and shutdown of pnio-sim around the fixed IPC keys.
 #include <grp.h>
 #include <sys/ipc.h>
@@ -43,8 +44,8 @@ TEST_F(PnioSimTest, RemovesAStaleSegmentAndSemaphoreLeftByACrash) {
 }
 
 TEST_F(PnioSimTest, RejectsBadOptionsWithoutTouchingIpc) {
-    for (const auto& args : std::vector<std::vector<std::string>>{{"--port", "70000"}, {"--port", "x"}, {"--bogus"},
-                                                                   {"--bind", "not-an-ip", "--port", "0"}}) {
+    for (const auto& args : std::vector<std::vector<std::string>>{
+             {"--port", "70000"}, {"--port", "x"}, {"--bogus"}, {"--bind", "not-an-ip", "--port", "0"}}) {
         PnioSimProcess sim(args);
         EXPECT_FALSE(sim.started());
         EXPECT_NE(sim.wait_exit(10000), 0);

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "pnio_sim_process.hpp"
 
 #include <fcntl.h>

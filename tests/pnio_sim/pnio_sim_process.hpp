@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 // Runs the pnio-sim executable as a child process for the tests.
 #include <sys/types.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // pnio-sim restarted under a running srci_server: the adapter keeps its process image and a
 // new PLC client initialises and moves the arm through the new gateway.
 #include <gtest/gtest.h>
@@ -65,8 +66,7 @@ TEST(PnioSimRestart, AdapterCarriesOnWithTheNewGateway) {
     ASSERT_TRUE(c.pnio->waitExit(10000));
     EXPECT_NE(c.pnio_out().find("left for"), std::string::npos) << c.pnio_out();
     ASSERT_TRUE(c.start_pnio()) << c.pnio_out();
-    EXPECT_NE(c.pnio_out().find("reusing the shared memory segment of the running adapter"),
-              std::string::npos)
+    EXPECT_NE(c.pnio_out().find("reusing the shared memory segment of the running adapter"), std::string::npos)
         << c.pnio_out();
 
     std::string out;

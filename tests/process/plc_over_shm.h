@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A PLC client talking to the adapter straight through the process image, standing in for the
 // I/O manager: each exchange writes the PLC telegram and waits for the adapter's next answer.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // srci_server killed with SIGKILL at random moments while a PLC writes tools, frames and loads,
 // then restarted: srci.ini is never lost, every record is whole, every key holds its last
 // acknowledged or its in-flight value, and every restart comes up. SRCI_KILL_ROUNDS sets the

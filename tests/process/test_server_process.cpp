@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // srci_server as a real process against a process image created here.
 #include <gtest/gtest.h>
 
@@ -107,8 +108,8 @@ TEST_F(RunningServer, PoweringUpAndEnablingNeverStallsTheCycle) {
     // A blocked cycle would show the worker's one-second waits, both from outside and in the
     // adapter's own stage monitor, which logs every stage above 50 ms.
     EXPECT_LT(transport->maxGapMs(), 500.0);
-    ASSERT_TRUE(eventually([&] { return readFile(dir.file("log/rvodbg.log")).find("power_enable: 1") != std::string::npos; },
-                           5000));
+    ASSERT_TRUE(eventually(
+        [&] { return readFile(dir.file("log/rvodbg.log")).find("power_enable: 1") != std::string::npos; }, 5000));
     const std::string log = readFile(dir.file("log/rvodbg.log"));
     const std::regex slowStage(R"(d1: (\d+), d2: (\d+))");
     int slowStages = 0;

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What the soak watches of a process and of the log folder, read from /proc and the file system.
 #pragma once
 

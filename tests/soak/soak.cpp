@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // srci_soak: runs the whole chain for minutes the way a production cell does (axis and linear
 // moves back to back, a tool written every 10 s, the PLC reconnecting every 5 minutes) and records
 // once a minute what could leak: memory, file descriptors and threads of srci_server and
@@ -45,9 +46,10 @@ bool parse(int argc, char** argv, Options& o) {
     for (int i = 1; i < argc; ++i) {
         const std::string a = argv[i];
         if (a == "--help" || a == "-h") {
-            std::puts("usage: srci_soak [--minutes N] [--csv FILE]\n"
-                      "Runs pnio-sim, srci_server and a PLC for N minutes (default 30) and writes one\n"
-                      "CSV row a minute. Run it where the process image keys 204/5001 are free.");
+            std::puts(
+                "usage: srci_soak [--minutes N] [--csv FILE]\n"
+                "Runs pnio-sim, srci_server and a PLC for N minutes (default 30) and writes one\n"
+                "CSV row a minute. Run it where the process image keys 204/5001 are free.");
             std::exit(0);
         }
         if (i + 1 >= argc) return false;
@@ -89,15 +91,16 @@ Sample sample(const FaultChain& chain, double minute) {
 }
 
 void writeRow(std::ofstream& csv, const Sample& s, const Counters& c) {
-    csv << s.minute << ',' << s.server.rssKb << ',' << s.server.fds << ',' << s.server.threads << ','
-        << s.pnio.rssKb << ',' << s.pnio.fds << ',' << s.pnio.threads << ',' << s.logs.totalBytes << ','
-        << s.logs.largestBytes << ',' << c.moves << ',' << c.movesNotDone << ',' << c.neverFinal << ','
-        << c.toolWrites << ',' << c.reconnects << '\n';
+    csv << s.minute << ',' << s.server.rssKb << ',' << s.server.fds << ',' << s.server.threads << ',' << s.pnio.rssKb
+        << ',' << s.pnio.fds << ',' << s.pnio.threads << ',' << s.logs.totalBytes << ',' << s.logs.largestBytes << ','
+        << c.moves << ',' << c.movesNotDone << ',' << c.neverFinal << ',' << c.toolWrites << ',' << c.reconnects
+        << '\n';
     csv.flush();
-    std::printf("soak: minute %5.1f  server rss %ld kB fds %d threads %d | pnio-sim rss %ld kB fds %d threads %d | "
-                "log %llu B | moves %ld, tools %ld, reconnects %ld\n",
-                s.minute, s.server.rssKb, s.server.fds, s.server.threads, s.pnio.rssKb, s.pnio.fds, s.pnio.threads,
-                static_cast<unsigned long long>(s.logs.totalBytes), c.moves, c.toolWrites, c.reconnects);
+    std::printf(
+        "soak: minute %5.1f  server rss %ld kB fds %d threads %d | pnio-sim rss %ld kB fds %d threads %d | "
+        "log %llu B | moves %ld, tools %ld, reconnects %ld\n",
+        s.minute, s.server.rssKb, s.server.fds, s.server.threads, s.pnio.rssKb, s.pnio.fds, s.pnio.threads,
+        static_cast<unsigned long long>(s.logs.totalBytes), c.moves, c.toolWrites, c.reconnects);
     std::fflush(stdout);
 }
 
@@ -169,19 +172,19 @@ int main(int argc, char** argv) {
                 nextReconnect += reconnectEvery;
             }
             if (now >= nextTool) {
-                const srci_plc::CommandResult r = chain.commands->write_tool(tool, {1.0 * tool, 2, 100.0 + tool, 0, 0, 45});
+                const srci_plc::CommandResult r =
+                    chain.commands->write_tool(tool, {1.0 * tool, 2, 100.0 + tool, 0, 0, 45});
                 ++c.toolWrites;
                 if (r.timed_out || !r.answered) ++c.neverFinal;
                 else if (!r.ok()) ++c.toolWritesFailed;
                 tool = tool == 15 ? 2 : tool + 1;  // tool 1 carries the moves
                 nextTool += 10000;
             }
-            countMove(chain.commands->move_axes(kJointStart, {{"vel", 40}, {"acc", 40}, {"tool", 1}}), c,
-                      "axis move");
-            countMove(chain.commands->move_linear(kLinearA, {{"vel", 40}, {"acc", 40}, {"tool", 1}, {"frame", 0}}),
-                      c, "linear move");
-            countMove(chain.commands->move_linear(kLinearB, {{"vel", 40}, {"acc", 40}, {"tool", 1}, {"frame", 0}}),
-                      c, "linear move");
+            countMove(chain.commands->move_axes(kJointStart, {{"vel", 40}, {"acc", 40}, {"tool", 1}}), c, "axis move");
+            countMove(chain.commands->move_linear(kLinearA, {{"vel", 40}, {"acc", 40}, {"tool", 1}, {"frame", 0}}), c,
+                      "linear move");
+            countMove(chain.commands->move_linear(kLinearB, {{"vel", 40}, {"acc", 40}, {"tool", 1}, {"frame", 0}}), c,
+                      "linear move");
         }
     } catch (const std::exception& e) {
         std::printf("soak: stopped early: %s\n", e.what());
@@ -201,9 +204,10 @@ int main(int argc, char** argv) {
             break;
         }
     failures += c.movesNotDone > 0 || c.neverFinal > 0 || c.toolWritesFailed > 0;
-    std::printf("soak: %ld moves (%ld not Done), %ld tool writes (%ld failed), %ld commands never final, "
-                "%ld reconnects\n",
-                c.moves, c.movesNotDone, c.toolWrites, c.toolWritesFailed, c.neverFinal, c.reconnects);
+    std::printf(
+        "soak: %ld moves (%ld not Done), %ld tool writes (%ld failed), %ld commands never final, "
+        "%ld reconnects\n",
+        c.moves, c.movesNotDone, c.toolWrites, c.toolWritesFailed, c.neverFinal, c.reconnects);
     std::printf("soak: %s\n", failures == 0 ? "passed" : "FAILED");
     return failures == 0 ? 0 : 1;
 }

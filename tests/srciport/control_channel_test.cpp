@@ -1,14 +1,15 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "sim_fixture.h"
 
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+#include <unistd.h>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <string>
-#include <sys/socket.h>
-#include <sys/stat.h>
-#include <sys/un.h>
-#include <unistd.h>
 
 using namespace srciport;
 namespace fs = std::filesystem;
@@ -65,8 +66,8 @@ TEST_F(ControlRequestTest, RequestsChangeAndReportState) {
     EXPECT_EQ(stat.errType, -1);
     const std::string flags = arm.request("flags");
     EXPECT_EQ(flags.rfind("ok ", 0), 0u);
-    for (const char* part : {"estop=1", "pstop=1", "app=1", "err=0xF0018", "errtype=-1", "traj=-1",
-                             "powered=0", "inst_done=1"})
+    for (const char* part :
+         {"estop=1", "pstop=1", "app=1", "err=0xF0018", "errtype=-1", "traj=-1", "powered=0", "inst_done=1"})
         EXPECT_NE(flags.find(part), std::string::npos) << part << " in " << flags;
     EXPECT_EQ(arm.request("error 66"), "ok error 0x42");
     EXPECT_EQ(arm.request("  estop   off  "), "ok estop off");
@@ -99,9 +100,9 @@ TEST_F(ControlRequestTest, TimingKnobsAndPowerRefusal) {
 }
 
 TEST_F(ControlRequestTest, BadRequestsAreErrors) {
-    for (const char* bad : {"", "   ", "bogus", "estop", "estop maybe", "estop on off", "error",
-                            "error 0x", "error -5", "error 99999999999999999999", "error 12abc",
-                            "power-delay -1", "power-delay 600001", "profinet sideways", "joints 1"}) {
+    for (const char* bad : {"", "   ", "bogus", "estop", "estop maybe", "estop on off", "error", "error 0x", "error -5",
+                            "error 99999999999999999999", "error 12abc", "power-delay -1", "power-delay 600001",
+                            "profinet sideways", "joints 1"}) {
         const std::string a = arm.request(bad);
         EXPECT_EQ(a.rfind("error: ", 0), 0u) << "'" << bad << "' -> " << a;
     }

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The tick thread sleeps while the arm stands with nothing to do; every command must wake it at
 // once. Each step below starts from a standing arm, so a missing wake-up leaves the request
 // undone (the generous deadlines only matter on failure).
@@ -53,10 +54,12 @@ TEST(SimArmIdle, EveryRequestWakesTheStandingArm) {
         standStill();
         ASSERT_EQ(arm.moveJoint(targets[round], 200, 400, 7u + static_cast<unsigned>(round), 0), 0);
         const double want = targets[round][0];
-        EXPECT_TRUE(within(std::chrono::seconds(10), [&] {
-            const SrciPortStat s = status();
-            return s.ra_is_inst_done && !s.ra_is_moving && std::abs(s.act_jpos[0] - want) < 1e-6;
-        })) << "move " << round;
+        EXPECT_TRUE(within(std::chrono::seconds(10),
+                           [&] {
+                               const SrciPortStat s = status();
+                               return s.ra_is_inst_done && !s.ra_is_moving && std::abs(s.act_jpos[0] - want) < 1e-6;
+                           }))
+            << "move " << round;
     }
     arm.stopThread();
     EXPECT_FALSE(arm.threadRunning()) << "a parked thread must still stop";

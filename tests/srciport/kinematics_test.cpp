@@ -1,5 +1,6 @@
-#include "srciport/euler.h"
+// SPDX-License-Identifier: Apache-2.0
 #include "srciport/kinematics.h"
+#include "srciport/euler.h"
 #include "srciport/srciport.h"
 
 #include <gtest/gtest.h>
@@ -12,9 +13,7 @@ using namespace srciport;
 namespace {
 
 double posError(const Transform& a, const Transform& b) { return norm(a.pos - b.pos); }
-double rotErrorDeg(const Transform& a, const Transform& b) {
-    return rad2deg(rotationAngle(transpose(a.rot) * b.rot));
-}
+double rotErrorDeg(const Transform& a, const Transform& b) { return rad2deg(rotationAngle(transpose(a.rot) * b.rot)); }
 
 // Random joints inside the hard limits, with every singular configuration at least
 // `margin` deg (wrist) or mm (shoulder) away.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Shared set-up for tests that drive the simulated arm by hand.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Soft limits in any order, and an arm left outside new limits can always get back.
 #include "sim_fixture.h"
 
@@ -21,11 +22,11 @@ protected:
 TEST_F(SoftLimitsTest, AnyValidPairInEitherOrderAndInvalidPairsRefusedWhole) {
     const struct {
         const char* what;
-        double start[2];   // J1 limits before
+        double start[2];  // J1 limits before
         bool minFirst;
         double min, max;
-        int first, second; // results of the two setter calls
-        double end[2];     // J1 limits after
+        int first, second;  // results of the two setter calls
+        double end[2];      // J1 limits after
     } cases[] = {
         {"raise above the old maximum, min first", {-165, 90}, true, 100, 160, 0, 0, {100, 160}},
         {"raise above the old maximum, max first", {-165, 90}, false, 100, 160, 0, 0, {100, 160}},
@@ -63,8 +64,7 @@ TEST_F(SoftLimitsTest, AStandingArmOutsideNewLimitsMayOnlyMoveBackTowardThem) {
     EXPECT_EQ(errType(), 0) << "standing still outside the range is no fault";
 
     // Moves end inside the limits; jogs may also stop short of them, but never go further out.
-    const double further[6] = {-5, 0, 0, 0, 90, 0}, shortOf[6] = {10, 0, 0, 0, 90, 0},
-                 inside[6] = {30, 0, 0, 0, 90, 0};
+    const double further[6] = {-5, 0, 0, 0, 90, 0}, shortOf[6] = {10, 0, 0, 0, 90, 0}, inside[6] = {30, 0, 0, 0, 90, 0};
     EXPECT_EQ(cmd.movjAbs(further, 50, 100, 1, 0), softLimitCode(0));
     EXPECT_EQ(cmd.movjAbs(shortOf, 50, 100, 1, 0), softLimitCode(0));
     ASSERT_EQ(cmd.jogIncr(2, -1, 20, 2), 0);

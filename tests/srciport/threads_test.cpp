@@ -1,10 +1,11 @@
+// SPDX-License-Identifier: Apache-2.0
 // Commands from two threads at once against the real-time simulator thread (run under TSan).
 #include "sim_fixture.h"
 
+#include <unistd.h>
 #include <atomic>
 #include <filesystem>
 #include <thread>
-#include <unistd.h>
 
 using namespace srciport;
 namespace fs = std::filesystem;

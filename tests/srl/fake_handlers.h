@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Small fake handlers that record what the interpreter hands them.
 #pragma once
 
@@ -24,8 +25,8 @@ struct Call {
 
 struct Fakes {
     std::vector<Call> calls;
-    std::map<std::string, int> err;           // result code per handler
-    std::map<std::string, bool> throws;       // handler throws
+    std::map<std::string, int> err;                      // result code per handler
+    std::map<std::string, bool> throws;                  // handler throws
     std::map<std::string, std::vector<uint8_t>> answer;  // host response record per handler
     unsigned short enable_param_result = 255;
     int enable_param_calls = 0;
@@ -59,6 +60,8 @@ inline void fake_call(const char* name, unsigned char* in, unsigned char* out, i
     *err = f.err[name];
 }
 
+// One fake per handler; a list, kept as written.
+// clang-format off
 #define SRL_FAKE(fn) \
     inline void fn(unsigned char* in, unsigned char* out, int* err) { fake_call(#fn, in, out, err); }
 SRL_FAKE(robot_enable) SRL_FAKE(robot_disable) SRL_FAKE(group_reset) SRL_FAKE(group_stop)
@@ -72,9 +75,10 @@ SRL_FAKE(read_di) SRL_FAKE(read_do) SRL_FAKE(write_do) SRL_FAKE(exchange_config)
 SRL_FAKE(robot_data) SRL_FAKE(read_workarea) SRL_FAKE(write_workarea) SRL_FAKE(cyclic_position)
 SRL_FAKE(forward_kin) SRL_FAKE(inverse_kin) SRL_FAKE(clear_cmd)
 #undef SRL_FAKE
+    // clang-format on
 
-inline void enable_param(bool newCmd, LRob_typeServerCmdEnableRobot*, LRob_typeSystemState*,
-                         unsigned short, unsigned short* result) {
+    inline void enable_param(bool newCmd, LRob_typeServerCmdEnableRobot*, LRob_typeSystemState*, unsigned short,
+                             unsigned short* result) {
     Fakes& f = fakes();
     ++f.enable_param_calls;
     f.last_enable_param_new = newCmd;

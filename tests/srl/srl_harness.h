@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // PLC-side helpers for the interpreter tests: build P->R telegrams and read R->P telegrams.
 // Written from the SRCI telegram tables, independently of the library's own layout code.
 #pragma once
@@ -85,9 +86,7 @@ struct Reply {
     uint16_t payload_length = 0;
     std::vector<RspFrag> frags;
     uint8_t state() const { return raw[3]; }
-    uint32_t status() const {
-        return raw[4] | raw[5] << 8 | raw[6] << 16 | static_cast<uint32_t>(raw[7]) << 24;
-    }
+    uint32_t status() const { return raw[4] | raw[5] << 8 | raw[6] << 16 | static_cast<uint32_t>(raw[7]) << 24; }
     const RspFrag* find(uint16_t id) const {
         for (const RspFrag& f : frags)
             if (f.id == id) return &f;
@@ -107,34 +106,45 @@ public:
     bool freeze_life = false;
 
     uint16_t cp() const { return tool_frame ? 20 : 18; }
-    uint16_t crp() const {
-        return static_cast<uint16_t>(10 + ((r2p_words & 2) ? 40 : 0) + ((r2p_words & 4) ? 30 : 0));
-    }
+    uint16_t crp() const { return static_cast<uint16_t>(10 + ((r2p_words & 2) ? 40 : 0) + ((r2p_words & 4) ? 30 : 0)); }
 
     Tel build(const std::vector<Frag>& frags) const {
         Tel t{};
         t[0] = version;
         t[1] = static_cast<uint8_t>(fast_stop << 4 | life);
-        t[2] = lengths[0] >> 8; t[3] = lengths[0] & 0xFF;
-        t[4] = lengths[1] >> 8; t[5] = lengths[1] & 0xFF;
+        t[2] = lengths[0] >> 8;
+        t[3] = lengths[0] & 0xFF;
+        t[4] = lengths[1] >> 8;
+        t[5] = lengths[1] & 0xFF;
         t[6] = static_cast<uint8_t>(group << 4 | control);
-        t[8] = p2r_words >> 8; t[9] = p2r_words & 0xFF;
-        t[10] = r2p_words >> 8; t[11] = r2p_words & 0xFF;
-        if (tool_frame) { t[18] = tool; t[19] = frame; }
+        t[8] = p2r_words >> 8;
+        t[9] = p2r_words & 0xFF;
+        t[10] = r2p_words >> 8;
+        t[11] = r2p_words & 0xFF;
+        if (tool_frame) {
+            t[18] = tool;
+            t[19] = frame;
+        }
         const int c = cp();
-        t[c] = seq >> 8; t[c + 1] = seq & 0xFF;
+        t[c] = seq >> 8;
+        t[c + 1] = seq & 0xFF;
         int off = c + 4;
         for (const Frag& f : frags) {
             if (off + 8 + f.bytes.size() > static_cast<size_t>(lengths[0] - 1))
                 throw std::length_error("fragments do not fit the telegram");
-            t[off] = f.id >> 8; t[off + 1] = f.id & 0xFF; t[off + 3] = f.action;
-            t[off + 4] = f.pointer >> 8; t[off + 5] = f.pointer & 0xFF;
-            t[off + 6] = f.bytes.size() >> 8; t[off + 7] = f.bytes.size() & 0xFF;
+            t[off] = f.id >> 8;
+            t[off + 1] = f.id & 0xFF;
+            t[off + 3] = f.action;
+            t[off + 4] = f.pointer >> 8;
+            t[off + 5] = f.pointer & 0xFF;
+            t[off + 6] = f.bytes.size() >> 8;
+            t[off + 7] = f.bytes.size() & 0xFF;
             for (size_t i = 0; i < f.bytes.size(); ++i) t[off + 8 + i] = f.bytes[i];
             off += 8 + static_cast<int>(f.bytes.size());
         }
         const int len = off - (c + 4);
-        t[c + 2] = static_cast<uint8_t>(len >> 8); t[c + 3] = static_cast<uint8_t>(len);
+        t[c + 2] = static_cast<uint8_t>(len >> 8);
+        t[c + 3] = static_cast<uint8_t>(len);
         t[lengths[0] - 1] = life;
         return t;
     }

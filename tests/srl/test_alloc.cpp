@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The cycle of a running connection allocates nothing on the heap: this binary replaces the
 // global operator new and counts calls made while the interpreter runs.
 #include <gtest/gtest.h>
@@ -49,9 +50,9 @@ TEST(Allocation, RunningConnectionWithCommandsInFlightAllocatesNothing) {
     srl_config cfg;
     cfg.always_tool_frame = true;
     srl_config_set(cfg);
-    for (auto reg : {srl_set_exchange_configuration_funs, srl_set_read_tool_data_funs,
-                     srl_set_group_stop_funs, srl_set_robot_enable_funs,
-                     srl_set_read_actual_position_cyclic_funs, srl_set_move_joint_relative_funs}) {
+    for (auto reg :
+         {srl_set_exchange_configuration_funs, srl_set_read_tool_data_funs, srl_set_group_stop_funs,
+          srl_set_robot_enable_funs, srl_set_read_actual_position_cyclic_funs, srl_set_move_joint_relative_funs}) {
         reg(reinterpret_cast<void*>(accept));
     }
     srl_set_move_axes_absolute_funs(reinterpret_cast<void*>(move));

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Field tables seen from the wire: records whose host layout differs from the SRCI table.
 #include <gtest/gtest.h>
 
@@ -19,10 +20,12 @@ protected:
 
 TEST_F(Codec, WorkAreaUsesTheStandardLayout) {
     Bytes p = payload(7503, Bytes(150, 0));
-    p[4] = 0x00; p[5] = 0x03;               // WorkAreaNo 3 (UINT)
-    p[16] = 5;                              // FrameNo
-    p[17] = 0x3F; p[18] = 0x80;             // ZeroPointX 1.0 at the odd offset 17
-    p[153] = 1;                             // DataChanged flag: not part of the record
+    p[4] = 0x00;
+    p[5] = 0x03;  // WorkAreaNo 3 (UINT)
+    p[16] = 5;    // FrameNo
+    p[17] = 0x3F;
+    p[18] = 0x80;  // ZeroPointX 1.0 at the odd offset 17
+    p[153] = 1;    // DataChanged flag: not part of the record
     plc.cycle({command(3, p)});
     LRob_typeServerCmdWriteWorkArea w;
     std::memcpy(&w, fakes().last("write_workarea")->in.data(), sizeof w);
@@ -70,8 +73,9 @@ TEST_F(Codec, ExchangeConfigurationSyncBytes) {
 
 TEST_F(Codec, KinematicsRecordsCarryNoHeader) {
     Bytes p = payload(7203, Bytes(50, 0));
-    p[4] = 1;                   // ToolNo
-    p[6] = 0x42; p[7] = 0xB4;   // J1 = 90.0
+    p[4] = 1;  // ToolNo
+    p[6] = 0x42;
+    p[7] = 0xB4;  // J1 = 90.0
     LRob_typeServerRobotCartesianPosition pos{};
     pos.Position.X = 1.0f;
     pos.ExtendedPosition.E6 = 2.0f;

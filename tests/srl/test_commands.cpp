@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Command dispatch: unsupported commands, reassembly, parameter updates, final states of
 // commands the adapter drops, handler failures and the adapter-facing state.
 #include <gtest/gtest.h>
@@ -56,7 +57,7 @@ TEST_F(Commands, CommandSplitOverTwoTelegrams) {
 
 TEST_F(Commands, ShortPayloadsAreZeroFilledAndLongOnesTruncated) {
     std::vector<uint8_t> tool_payload = payload(5205, Bytes(26, 0));  // ToolNo (38) and ID lost
-    tool_payload[6 + 4] = 0x3F;  // X = 1.0
+    tool_payload[6 + 4] = 0x3F;                                       // X = 1.0
     tool_payload[7 + 4] = 0x80;
     fakes().answer["write_tool"] = {};
     plc.cycle({command(3, tool_payload), command(4, payload(5107, Bytes(150, 7)))});
@@ -156,8 +157,8 @@ TEST_F(Commands, HandlerFailuresBecomeErrorAnswers) {
     fakes().err["read_tool"] = 0x8D35;
     fakes().throws["read_frame"] = true;
     fakes().err["read_load"] = 0x12345;
-    const Reply r = plc.cycle({command(3, payload(5107, {99})), command(4, payload(5102, {1})),
-                               command(5, payload(5103, {1}))});
+    const Reply r =
+        plc.cycle({command(3, payload(5107, {99})), command(4, payload(5102, {1})), command(5, payload(5103, {1}))});
     const uint16_t expected[][2] = {{3, 0x8D35}, {4, 0x8FFF}, {5, 0x8FFF}};
     for (const auto& e : expected) {
         const RspFrag* f = r.find(e[0]);
@@ -259,8 +260,8 @@ TEST_F(Commands, SupportedFunctionsFollowRegistrationsAndSwitches) {
     const Reply r = plc.cycle({command(3, payload(9002))});
     ASSERT_NE(r.find(3), nullptr);
     const Bytes& b = r.find(3)->bytes;
-    EXPECT_EQ(b[96 + 4], 0xC0);  // ReadDigitalOutputs, WriteDigitalOutputs
-    EXPECT_EQ(b[96 + 9], 0x0F);  // limits, operation mode, work areas
+    EXPECT_EQ(b[96 + 4], 0xC0);       // ReadDigitalOutputs, WriteDigitalOutputs
+    EXPECT_EQ(b[96 + 9], 0x0F);       // limits, operation mode, work areas
     EXPECT_EQ(b[96 + 3] & 0x20, 0);   // MoveLinearAbsoluteJ never
     EXPECT_EQ(b[96 + 13] & 0x02, 0);  // SoftSwitchTCP never
 }

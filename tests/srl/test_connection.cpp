@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Connection behaviour: TelegramState machine, lifesign, SEQ/ACK, fragments, cyclic layout,
 // fast stop and the ReadMessages channel.
 #include <gtest/gtest.h>
@@ -61,7 +62,7 @@ TEST_F(Connection, ControlRequestsOutsideTheirStateAndRepeatedInitialize) {
     EXPECT_EQ(plc.cycle().state(), 254);  // RESET still held: no-op
     plc.control = 1;
     EXPECT_EQ(plc.cycle().state(), 255);
-    EXPECT_EQ(plc.cycle().state(), 255);  // INITIALIZE still held: no-op
+    EXPECT_EQ(plc.cycle().state(), 255);        // INITIALIZE still held: no-op
     EXPECT_EQ(fakes().count("group_stop"), 1);  // only the RESET stopped the arm
     plc.control = 0;
     plc.r2p_words = 0x04;  // TelegramNumber changed while initialised
@@ -237,9 +238,9 @@ TEST_F(Connection, CyclicBlocksCarryPositionAndJoints) {
     plc.r2p_words = 0x06;
     plc.control = 1;
     const Reply r = plc.cycle();
-    EXPECT_EQ(Bytes(r.raw.begin() + 8, r.raw.begin() + 10), hex("13 88"));      // override 50 %
+    EXPECT_EQ(Bytes(r.raw.begin() + 8, r.raw.begin() + 10), hex("13 88"));         // override 50 %
     EXPECT_EQ(Bytes(r.raw.begin() + 10, r.raw.begin() + 14), hex("3F 80 00 00"));  // X
-    EXPECT_EQ(Bytes(r.raw.begin() + 46, r.raw.begin() + 48), hex("07 09"));     // currently used
+    EXPECT_EQ(Bytes(r.raw.begin() + 46, r.raw.begin() + 48), hex("07 09"));        // currently used
     EXPECT_EQ(Bytes(r.raw.begin() + 50, r.raw.begin() + 54), hex("C2 B4 00 00"));  // J1
 }
 
@@ -283,7 +284,7 @@ TEST_F(Connection, FastStopHoldsTheArmExceptForTheClientsReset) {
     plc.cycle();
     EXPECT_EQ(fakes().count("group_pause"), 1);
     plc.cycle({command(3, payload(1001))});  // GroupReset Done
-    plc.fast_stop = 0;                         // the client's counter reset
+    plc.fast_stop = 0;                       // the client's counter reset
     plc.cycle();
     EXPECT_EQ(fakes().count("group_pause"), 1);
     plc.fast_stop = 1;
@@ -299,12 +300,12 @@ TEST_F(Connection, MessagesChannelSendsEachMessageOnceUntilAcknowledged) {
     auto m = wait_for(plc, 1);
     ASSERT_TRUE(m.has_value());
     EXPECT_EQ(m->state(), 4);
-    EXPECT_EQ(m->bytes[4], static_cast<uint8_t>(id));              // MsgID
-    EXPECT_EQ(m->bytes[6], 1);                                     // one active error
-    EXPECT_EQ(m->bytes[15], 28);                                   // severity
+    EXPECT_EQ(m->bytes[4], static_cast<uint8_t>(id));  // MsgID
+    EXPECT_EQ(m->bytes[6], 1);                         // one active error
+    EXPECT_EQ(m->bytes[15], 28);                       // severity
     EXPECT_EQ(Bytes(m->bytes.begin() + 16, m->bytes.begin() + 20), hex("00 00 6C 03"));
     EXPECT_EQ(std::string(reinterpret_cast<const char*>(&m->bytes[20])), "target unreachable");
-    EXPECT_EQ(plc.cycle().status() & (1u << 5), 1u << 5);  // ErrorPending
+    EXPECT_EQ(plc.cycle().status() & (1u << 5), 1u << 5);                 // ErrorPending
     for (int i = 0; i < 5; ++i) EXPECT_EQ(plc.cycle().find(1), nullptr);  // not repeated
 
     int8_t second = -1;

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Golden telegrams written by hand from the SRCI telegram tables (a common PLC client that always
 // sends bytes 18-19, R->P without optional data). Every expected byte is given with its meaning.
 #include <gtest/gtest.h>
@@ -39,10 +40,10 @@ protected:
         fakes().answer["exchange_config"] = cfg;
         std::vector<uint8_t> data(134, 0);
         std::memcpy(&data[4], "testRCM", 7);
-        data[88] = 1;                                // interpreter version 1.0.0
-        data[92] = 0x7E;                             // joints 1..6 used
+        data[88] = 1;     // interpreter version 1.0.0
+        data[92] = 0x7E;  // joints 1..6 used
         std::memcpy(&data[116], "SRL_InterpRob", 13);
-        data[132] = 4;                               // cycle time 4 ms (host order)
+        data[132] = 4;  // cycle time 4 ms (host order)
         fakes().answer["robot_data"] = data;
     }
 
@@ -56,11 +57,11 @@ protected:
             {255, "01"},                     // footer LifeSign
         });
         expect_telegram(telegram({
-                            {0, "23 10 00 FF"},  // version 1.3; LifeSign 1 (hi nibble); reserved; state 255
-                            {4, "00 10 00 00"},  // status LE: idle, disabled, operation mode 4 (bits 10-12)
-                            {8, "27 10"},        // override 100.00 %
-                            {10, "00 00 00 00"}, // ACK 0, no response
-                            {255, "10"},         // footer LifeSign (hi nibble)
+                            {0, "23 10 00 FF"},   // version 1.3; LifeSign 1 (hi nibble); reserved; state 255
+                            {4, "00 10 00 00"},   // status LE: idle, disabled, operation mode 4 (bits 10-12)
+                            {8, "27 10"},         // override 100.00 %
+                            {10, "00 00 00 00"},  // ACK 0, no response
+                            {255, "10"},          // footer LifeSign (hi nibble)
                         }),
                         exchange(init), "INITIALIZE");
 
@@ -91,8 +92,8 @@ protected:
             {20, "00 03 00 16"},              // SEQ 3, 22 bytes follow
             {24, "00 02 00 03 00 00 00 0E"},  // CmdID 2, Reset+Complete, 14 bytes (tail dropped by the client)
             {32, "23 28 02 13 14 02 00 00 00 00 00 32 00 00"},  // ExchangeConfiguration; LogLevel 20;
-                                              // Enable (bit 1); DelayTime 0; WaitForNrOfCmd 0;
-                                              // LifeSignTimeOut 50 ms; SyncDelay 0
+                                                                // Enable (bit 1); DelayTime 0; WaitForNrOfCmd 0;
+                                                                // LifeSignTimeOut 50 ms; SyncDelay 0
             {255, "03"},
         });
         expect_telegram(telegram({
@@ -119,24 +120,25 @@ protected:
             {32, "23 2A 02 13"},              // ReadRobotData
             {255, "04"},
         });
-        expect_telegram(telegram({
-                            {0, "23 40 00 FF"},
-                            {4, "00 10 00 00"},
-                            {8, "27 10"},
-                            {10, "00 04 00 8E"},              // ACK 4, 142 bytes
-                            {14, "00 03 00 05 00 00 00 86"},  // CmdID 3, 134 bytes
-                            {22, "1A 00 00 00"},              // ParSeq 1 / State 10 Done
-                            {26, "74 65 73 74 52 43 4D"},     // RCManufacturer "testRCM"
-                            {110, "01 00 00"},                // RCInterpreterVersion 1.0.0
-                            {114, "7E 00 00 00"},             // joints 1..6 used, no externals, units
-                            {118, "FE FF FF 0F 00 00 80 01 00 0E"},  // RCSupportedFunctions from the
-                                              // registrations: no MoveCircular*, MoveLinearAbsoluteJ,
-                                              // digital I/O or software-limit write; work areas
-                            {138, "53 52 4C 5F 49 6E 74 65 72 70 52 6F 62"},  // RobotID
-                            {154, "00 04"},                   // InterpreterCycleTime 4 ms
-                            {255, "40"},
-                        }),
-                        exchange(robot_data), "ReadRobotData");
+        expect_telegram(
+            telegram({
+                {0, "23 40 00 FF"},
+                {4, "00 10 00 00"},
+                {8, "27 10"},
+                {10, "00 04 00 8E"},                     // ACK 4, 142 bytes
+                {14, "00 03 00 05 00 00 00 86"},         // CmdID 3, 134 bytes
+                {22, "1A 00 00 00"},                     // ParSeq 1 / State 10 Done
+                {26, "74 65 73 74 52 43 4D"},            // RCManufacturer "testRCM"
+                {110, "01 00 00"},                       // RCInterpreterVersion 1.0.0
+                {114, "7E 00 00 00"},                    // joints 1..6 used, no externals, units
+                {118, "FE FF FF 0F 00 00 80 01 00 0E"},  // RCSupportedFunctions from the
+                                                         // registrations: no MoveCircular*, MoveLinearAbsoluteJ,
+                                                         // digital I/O or software-limit write; work areas
+                {138, "53 52 4C 5F 49 6E 74 65 72 70 52 6F 62"},  // RobotID
+                {154, "00 04"},                                   // InterpreterCycleTime 4 ms
+                {255, "40"},
+            }),
+            exchange(robot_data), "ReadRobotData");
     }
 };
 
@@ -179,11 +181,11 @@ TEST_F(Golden, EnableRobotBecomesEnabledWithTheDrives) {
     const Tel next = telegram({{0, "23 06 01 00 01 00 00 00"}, {20, "00 06 00 00"}, {255, "06"}});
     expect_telegram(telegram({
                         {0, "23 60 00 FF"},
-                        {4, "80 10 00 00"},               // status bit 7 Enabled
+                        {4, "80 10 00 00"},  // status bit 7 Enabled
                         {8, "27 10"},
                         {10, "00 06 00 0D"},
                         {14, "00 04 00 05 00 00 00 05"},
-                        {22, "14 00 00 00 01"},           // Active, Enabled 1
+                        {22, "14 00 00 00 01"},  // Active, Enabled 1
                         {255, "60"},
                     }),
                     exchange(next), "Enabled");
@@ -193,13 +195,13 @@ TEST_F(Golden, MoveAxesAbsoluteBufferedActiveDone) {
     handshake();
     const Tel move = telegram({
         {0, "23 05 01 00 01 00 00 00"},
-        {20, "00 05 00 58"},              // SEQ 5, 88 bytes
-        {24, "00 05 00 03 00 00 00 50"},  // CmdID 5, Reset+Complete, 80 bytes
-        {32, "08 35 00 13"},              // MoveAxesAbsolute, ExecMode 0 (buffered), ParSeq 1/Prio 3
-        {36, "00 00 00 00 00 00"},        // EmitterID, ListenerID, reserved
-        {42, "27 10 13 88 FF FF FF FF"},  // velocity 100 %, acceleration 50 %, dec/jerk not set
-        {50, "01 00"},                    // ToolNo 1, BlendingMode 0
-        {52, "00 00 00 00 00 00 00 00"},  // blending parameters
+        {20, "00 05 00 58"},                          // SEQ 5, 88 bytes
+        {24, "00 05 00 03 00 00 00 50"},              // CmdID 5, Reset+Complete, 80 bytes
+        {32, "08 35 00 13"},                          // MoveAxesAbsolute, ExecMode 0 (buffered), ParSeq 1/Prio 3
+        {36, "00 00 00 00 00 00"},                    // EmitterID, ListenerID, reserved
+        {42, "27 10 13 88 FF FF FF FF"},              // velocity 100 %, acceleration 50 %, dec/jerk not set
+        {50, "01 00"},                                // ToolNo 1, BlendingMode 0
+        {52, "00 00 00 00 00 00 00 00"},              // blending parameters
         {60, "41 20 00 00 C2 B4 00 00 3F 80 00 00"},  // J1 10.0, J2 -90.0, J3 1.0; J4..E1 0
         {255, "05"},
     });
@@ -220,7 +222,7 @@ TEST_F(Golden, MoveAxesAbsoluteBufferedActiveDone) {
 
     expect_telegram(telegram({
                         {0, "23 50 00 FF"},
-                        {4, "00 11 00 00"},               // sequence executing (bits 8-9 = 1)
+                        {4, "00 11 00 00"},  // sequence executing (bits 8-9 = 1)
                         {8, "27 10"},
                         {10, "00 05 00 12"},              // ACK 5, 18 bytes
                         {14, "00 05 00 05 00 00 00 0A"},  // CmdID 5, 10 bytes
@@ -231,17 +233,23 @@ TEST_F(Golden, MoveAxesAbsoluteBufferedActiveDone) {
 
     srl_set_robot_motion_state_1(id, 3, 0, 0);
     Tel t = telegram({{0, "23 06 01 00 01 00 00 00"}, {20, "00 06 00 00"}, {255, "06"}});
-    expect_telegram(telegram({{0, "23 60 00 FF"}, {4, "00 11 00 00"}, {8, "27 10"},
-                              {10, "00 06 00 12"}, {14, "00 05 00 05 00 00 00 0A"},
+    expect_telegram(telegram({{0, "23 60 00 FF"},
+                              {4, "00 11 00 00"},
+                              {8, "27 10"},
+                              {10, "00 06 00 12"},
+                              {14, "00 05 00 05 00 00 00 0A"},
                               {22, "14 00 00 00"},  // Active
                               {255, "60"}}),
                     exchange(t), "Active");
 
     srl_set_robot_motion_state_1(id, 1, 0, 0);
     t = telegram({{0, "23 07 01 00 01 00 00 00"}, {20, "00 07 00 00"}, {255, "07"}});
-    expect_telegram(telegram({{0, "23 70 00 FF"}, {4, "00 10 00 00"}, {8, "27 10"},
-                              {10, "00 07 00 12"}, {14, "00 05 00 05 00 00 00 0A"},
-                              {22, "1A 00 00 00"},   // Done
+    expect_telegram(telegram({{0, "23 70 00 FF"},
+                              {4, "00 10 00 00"},
+                              {8, "27 10"},
+                              {10, "00 07 00 12"},
+                              {14, "00 05 00 05 00 00 00 0A"},
+                              {22, "1A 00 00 00"},        // Done
                               {26, "00 00 00 00 27 10"},  // InvocationCounter, OriginID, Progress 100 %
                               {255, "70"}}),
                     exchange(t), "Done");
@@ -260,8 +268,8 @@ TEST_F(Golden, ReadActualPosition) {
     fakes().answer["read_position"] = a;
     const Tel read = telegram({
         {0, "23 05 01 00 01 00 00 00"},
-        {20, "00 05 00 14"},              // SEQ 5, 20 bytes
-        {24, "00 06 00 03 00 00 00 0C"},  // CmdID 6, 12 bytes
+        {20, "00 05 00 14"},                          // SEQ 5, 20 bytes
+        {24, "00 06 00 03 00 00 00 0C"},              // CmdID 6, 12 bytes
         {32, "13 EC 02 13 00 00 00 00 00 00 03 04"},  // ReadActualPosition, ToolNo 3, FrameNo 4
         {255, "05"},
     });
@@ -285,7 +293,6 @@ TEST_F(Golden, ReadActualPosition) {
     EXPECT_EQ(h->in[11], 4);
 }
 
-
 TEST_F(Golden, CommandSplitOverTwoTelegrams) {
     handshake();
     LRob_typeServerRspReadToolData rsp{};
@@ -300,7 +307,9 @@ TEST_F(Golden, CommandSplitOverTwoTelegrams) {
         {32, "13 F3 02"},                 // ReadToolData, ExecMode 2 ...
         {255, "05"},
     });
-    expect_telegram(telegram({{0, "23 50 00 FF"}, {4, "00 10 00 00"}, {8, "27 10"},
+    expect_telegram(telegram({{0, "23 50 00 FF"},
+                              {4, "00 10 00 00"},
+                              {8, "27 10"},
                               {10, "00 05 00 00"},  // ACK 5, nothing to answer yet
                               {255, "50"}}),
                     exchange(first), "first part");
@@ -312,7 +321,9 @@ TEST_F(Golden, CommandSplitOverTwoTelegrams) {
         {32, "13 05"},                    // ... ParSeq 1/Prio 3, ToolNo 5
         {255, "06"},
     });
-    expect_telegram(telegram({{0, "23 60 00 FF"}, {4, "00 10 00 00"}, {8, "27 10"},
+    expect_telegram(telegram({{0, "23 60 00 FF"},
+                              {4, "00 10 00 00"},
+                              {8, "27 10"},
                               {10, "00 06 00 30"},              // ACK 6, 48 bytes
                               {14, "00 07 00 05 00 00 00 28"},  // CmdID 7, 40 bytes
                               {22, "1A 00 00 00"},              // Done
@@ -332,7 +343,9 @@ TEST_F(Golden, UnsupportedCommand) {
         {32, "08 3E 00 13"},              // MoveLinearRelative (not served), tail dropped
         {255, "05"},
     });
-    expect_telegram(telegram({{0, "23 50 00 FF"}, {4, "00 10 00 00"}, {8, "27 10"},
+    expect_telegram(telegram({{0, "23 50 00 FF"},
+                              {4, "00 10 00 00"},
+                              {8, "27 10"},
                               {10, "00 05 00 0C"},              // ACK 5, 12 bytes
                               {14, "00 08 00 05 00 00 00 04"},  // CmdID 8, 4 bytes
                               {22, "1F 1C 8F 11"},              // ParSeq 1 / Error; severity 28; 0x8F11
@@ -344,15 +357,20 @@ TEST_F(Golden, ParameterUpdate) {
     handshake();
     const Tel t = telegram({
         {0, "23 05 01 00 01 00 00 00"},
-        {20, "00 05 00 16"},              // SEQ 5, 22 bytes
-        {24, "00 02 00 05 00 00 00 0E"},  // CmdID 2, Clear+Complete: replacement payload
+        {20, "00 05 00 16"},                                // SEQ 5, 22 bytes
+        {24, "00 02 00 05 00 00 00 0E"},                    // CmdID 2, Clear+Complete: replacement payload
         {32, "23 28 02 23 14 02 00 00 00 00 00 64 00 00"},  // ParSeq 2, LifeSignTimeOut 100 ms
         {255, "05"},
     });
-    expect_telegram(telegram({{0, "23 50 00 FF"}, {4, "00 10 00 00"}, {8, "27 10"},
-                              {10, "00 05 00 26"}, {14, "00 02 00 05 00 00 00 1E"},
+    expect_telegram(telegram({{0, "23 50 00 FF"},
+                              {4, "00 10 00 00"},
+                              {8, "27 10"},
+                              {10, "00 05 00 26"},
+                              {14, "00 02 00 05 00 00 00 1E"},
                               {22, "24 00 00 00"},  // ParSeq 2 / Active
-                              {26, "01 00 00 32"}, {30, "13 13 13 00"}, {44, "40 00"},
+                              {26, "01 00 00 32"},
+                              {30, "13 13 13 00"},
+                              {44, "40 00"},
                               {255, "50"}}),
                     exchange(t), "update");
     EXPECT_EQ(fakes().count("exchange_config"), 2);

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What the PLC sees must match what the robot does: aborting execution modes only where the
 // adapter really aborts, both WorkAreaNo layouts and the progress of a running move. (Error
 // severities, the supported-functions bitmap and the highest indices are proven end to end in
@@ -18,11 +19,15 @@ using SafetyWire = ConnectedPlc;
 // Aborting modes only where the adapter's handler stops the group; elsewhere they are refused
 // without calling the handler and without touching the queued move.
 TEST_F(SafetyWire, AbortingModesOnlyWhereTheHandlerAborts) {
-    const struct { uint16_t type; uint8_t exec; const char* handler; bool accepted; } cases[] = {
-        {5107, 1, "read_tool", false},  {5107, 8, "read_tool", false},
-        {1001, 1, "group_reset", false}, {2001, 8, "group_continue", false},
-        {5205, 1, "write_tool", true},  {5200, 8, "write_frame", true},
-        {5201, 1, "write_load", true},  {2103, 1, "move_linear", true},
+    const struct {
+        uint16_t type;
+        uint8_t exec;
+        const char* handler;
+        bool accepted;
+    } cases[] = {
+        {5107, 1, "read_tool", false},      {5107, 8, "read_tool", false},  {1001, 1, "group_reset", false},
+        {2001, 8, "group_continue", false}, {5205, 1, "write_tool", true},  {5200, 8, "write_frame", true},
+        {5201, 1, "write_load", true},      {2103, 1, "move_linear", true},
     };
     for (const auto& c : cases) {
         reset_interpreter();
@@ -46,7 +51,13 @@ TEST_F(SafetyWire, AbortingModesOnlyWhereTheHandlerAborts) {
 // Golden telegrams for both WorkAreaNo layouts: a USInt followed by a reserved byte, or a
 // big-endian UINT in the same two bytes. Both bytes set is ambiguous: Error 0x8D47, no handler.
 TEST_F(SafetyWire, WorkAreaNumberInBothLayouts) {
-    const struct { const char* what; const char* payload; const char* handler; int area; const char* header; } cases[] = {
+    const struct {
+        const char* what;
+        const char* payload;
+        const char* handler;
+        int area;
+        const char* header;
+    } cases[] = {
         // WriteWorkArea 7503, ExecMode 2, ParSeq 1/Prio 3; WorkAreaNo; J1 lower -100.0 (payload 57)
         // and upper 120.0 (payload 85) in the standard layout; the rest zero-filled.
         {"write USInt", "1D 4F 02 13 02 00", "write_workarea", 2, "1A 00 00 00"},
@@ -71,9 +82,9 @@ TEST_F(SafetyWire, WorkAreaNumberInBothLayouts) {
             std::copy(upper.begin(), upper.end(), payload_bytes.begin() + 85);
         }
         Tel t = telegram({
-            {0, "23 00 01 00 01 00 00 00"},  // version 1.3, lengths 256/256, no control
-            {18, "FF FF"},                   // ToolNo/FrameNo
-            {24, "00 05 00 03 00 00 00 00"}, // CmdID 5, Reset+Complete, pointer 0, length below
+            {0, "23 00 01 00 01 00 00 00"},   // version 1.3, lengths 256/256, no control
+            {18, "FF FF"},                    // ToolNo/FrameNo
+            {24, "00 05 00 03 00 00 00 00"},  // CmdID 5, Reset+Complete, pointer 0, length below
         });
         t[1] = seq % 15 + 1;
         t[255] = t[1];
@@ -129,8 +140,8 @@ TEST_F(SafetyWire, ActiveMovesReportProgressAndRemainingDistance) {
     const struct {
         const char* what;
         uint16_t type;
-        uint8_t tool;           // the move's ToolNo (Cartesian only)
-        float at;               // X (mm) or J1 (deg) when the answer is read; target 100 from 0
+        uint8_t tool;  // the move's ToolNo (Cartesian only)
+        float at;      // X (mm) or J1 (deg) when the answer is read; target 100 from 0
         uint16_t progress;
         float remaining;
     } cases[] = {
@@ -149,7 +160,10 @@ TEST_F(SafetyWire, ActiveMovesReportProgressAndRemainingDistance) {
         std::copy(hundred.begin(), hundred.end(), body.begin() + (c.type == 2101 ? 24 : 26));
         if (c.type != 2101) body[14] = c.tool;
         plc.cycle({command(3, payload(c.type, body, 0))});
-        srl_set_robot_motion_state_1(rid_of(c.type == 2101 ? "move_axes" : c.type == 2103 ? "move_linear" : "move_direct"), 3, 0, 0);
+        srl_set_robot_motion_state_1(rid_of(c.type == 2101   ? "move_axes"
+                                            : c.type == 2103 ? "move_linear"
+                                                             : "move_direct"),
+                                     3, 0, 0);
         ASSERT_TRUE(wait_for(plc, 3, 4).has_value());
         push_position(c.at, c.at);
         std::optional<RspFrag> last;

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "child_process.h"
 
 #include <fcntl.h>
@@ -32,8 +33,8 @@ std::string readFile(const std::string& path) {
     return os.str();
 }
 
-ChildProcess::ChildProcess(const std::string& program, const std::vector<std::string>& args,
-                           const std::string& workDir, const std::string& outputFile) {
+ChildProcess::ChildProcess(const std::string& program, const std::vector<std::string>& args, const std::string& workDir,
+                           const std::string& outputFile) {
     std::vector<std::string> argvStore{program};
     argvStore.insert(argvStore.end(), args.begin(), args.end());
     std::vector<char*> argv;

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A program started by a test in its own working directory, its standard output and error
 // going to a file there; killed when the object goes away.
 #pragma once

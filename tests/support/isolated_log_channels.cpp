@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Test programs that link the adapter would log through the machine-wide channels, where a real
 // srci_server on the same machine drains and files them. Each test process takes private
 // channels before any other static initialiser can log, and removes them when it ends.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A command of the PLC client's catalogue by its command-line name; an unknown name is a bug in
 // the test, so it throws.
 #pragma once

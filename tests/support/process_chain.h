@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // pnio-sim, srci_server and the srci-plc command line as separate processes in one temporary
 // directory, as an integrator runs them. Include where SRCI_SERVER_BIN, PNIO_SIM_BIN and
 // SRCI_PLC_BIN name the programs.

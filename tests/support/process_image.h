@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Test stand-in for the PROFINET I/O manager's side of the process image: the shared segment
 // (key 204) held with a chosen number of attachments and the semaphore (key 5001) set free.
 // Tests using it take the CTest resource lock ipc_204_5001.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Captures recorded by pnio-sim --trace from real runs of the chain (pnio-sim, srci_server,
 // srci-plc or a raw client), read by tshark with the Lua dissector and by srci-plc trace. Every
 // capture must decode without a Lua error or a malformed frame; the decoded fields must be the
@@ -16,8 +17,8 @@
 #include <regex>
 #include <sstream>
 
-#include "process_chain.h"
 #include "pnio_sim/trace_pcapng.hpp"
+#include "process_chain.h"
 #include "srci_plc/byte_order.hpp"
 #include "srci_plc/plc_telegram.hpp"
 #include "srci_plc/trace_format.hpp"
@@ -154,12 +155,12 @@ TEST_F(TraceCapture, TheDemoTourDecodesWithEveryParameterItWasSent) {
         const char* fields;
         const char* expected;
     } cases[] = {
-        {"srci.cmd.type == \"MoveLinearAbsolute\"", "srci.cmd.x srci.cmd.y srci.cmd.z srci.cmd.vel_rate srci.cmd.tool_no",
-         "580,-60,546.24,4000,1"},
+        {"srci.cmd.type == \"MoveLinearAbsolute\"",
+         "srci.cmd.x srci.cmd.y srci.cmd.z srci.cmd.vel_rate srci.cmd.tool_no", "580,-60,546.24,4000,1"},
         {"srci.cmd.type == \"MoveAxesAbsolute\"", "srci.cmd.j2 srci.cmd.j5", "10,70"},
         {"srci.cmd.type == \"WriteToolData\"", "srci.cmd.z srci.cmd.tool_no", "100,1"},
-        {"srci.cmd.type == \"GroupJog\" && srci.cmd.enable", "srci.cmd.jog_mode srci.cmd.inc_rotation srci.cmd.jog_directions",
-         "2,5,X/J1+"},
+        {"srci.cmd.type == \"GroupJog\" && srci.cmd.enable",
+         "srci.cmd.jog_mode srci.cmd.inc_rotation srci.cmd.jog_directions", "2,5,X/J1+"},
         {"srci.rsp.cmd_type == \"MoveLinearAbsolute\" && srci.rsp.state == 10", "srci.rsp.progress", "10000"},
         {"srci.rsp.cmd_type == \"ReadActualPosition\"", "srci.rsp.x srci.rsp.z", "580,546.2"},
         {"srci.rsp.cmd_type == \"EnableRobot\" && srci.rsp.enabled", "srci.rsp.state", "4"},
@@ -169,8 +170,9 @@ TEST_F(TraceCapture, TheDemoTourDecodesWithEveryParameterItWasSent) {
     for (const auto& c : cases) EXPECT_TRUE(any_contains(fields(c.filter, c.fields), c.expected)) << c.filter;
 
     const std::string text = trace_text();
-    for (const char* want : {"connection connected", "link       TelegramState 255 INITIALIZED", "MoveLinearAbsolute vel=40.00%",
-                             "x=580.000 y=-60.000 z=546.240", "MoveLinearAbsolute Done", "GroupJog Active enabled=1"})
+    for (const char* want :
+         {"connection connected", "link       TelegramState 255 INITIALIZED", "MoveLinearAbsolute vel=40.00%",
+          "x=580.000 y=-60.000 z=546.240", "MoveLinearAbsolute Done", "GroupJog Active enabled=1"})
         EXPECT_NE(text.find(want), std::string::npos) << want << "\n" << text;
 }
 
@@ -189,7 +191,8 @@ TEST_F(TraceCapture, AMalformedTelegramBurstIsFlaggedNotCrashed) {
     kill_recorder();
     expect_clean_dissection();
     EXPECT_GE(fields("srci.expert.lifesign_mismatch", "frame.number").size(), 200u);
-    EXPECT_FALSE(fields("srci.expert.length || srci.expert.overrun || srci.expert.reserved_bit", "frame.number").empty());
+    EXPECT_FALSE(
+        fields("srci.expert.length || srci.expert.overrun || srci.expert.reserved_bit", "frame.number").empty());
     EXPECT_NE(trace_text().find("malformed  PLC telegram"), std::string::npos);
 }
 
@@ -222,15 +225,17 @@ TEST_F(TraceCapture, AFragmentedCommandIsReassembled) {
     for (const auto& [pointer, action] : parts) {
         t.seq = static_cast<uint16_t>(t.seq + 1);
         const size_t end = pointer == 0 ? 20 : cmd.size();
-        t.fragments = {srci_plc::Fragment{1, action, pointer, {cmd.begin() + pointer, cmd.begin() + static_cast<long>(end)}}};
+        t.fragments = {
+            srci_plc::Fragment{1, action, pointer, {cmd.begin() + pointer, cmd.begin() + static_cast<long>(end)}}};
         for (int i = 0; i < 500 && srci_plc::get_u16be(answer + 10) != t.seq; ++i) ASSERT_TRUE(send());
     }
     for (int i = 0; i < 10; ++i) ASSERT_TRUE(send());
     close(fd);
     kill_recorder();
     expect_clean_dissection();
-    EXPECT_TRUE(any_contains(fields("srci.reassembled.fragments == 2", "srci.cmd.type srci.cmd.z srci.cmd.tool_no srci.reassembled.length"),
-                             "WriteToolData,123,7,39"));
+    EXPECT_TRUE(any_contains(
+        fields("srci.reassembled.fragments == 2", "srci.cmd.type srci.cmd.z srci.cmd.tool_no srci.reassembled.length"),
+        "WriteToolData,123,7,39"));
     EXPECT_TRUE(fields("srci.expert.pointer", "frame.number").empty()) << "the second part continues the first";
     EXPECT_NE(trace_text().find("command    #1 WriteToolData z=123.000 tool=7"), std::string::npos) << trace_text();
 }
@@ -271,7 +276,8 @@ TEST(TraceRobustness, TelegramsOfAnyLengthNeverBreakTheDissector) {
                                            from_plc ? fmt::kRobotPort : fmt::kPlcPort, tel.data(), tel.size(), i);
     }
     const std::string path = dir.file("random.pcapng");
-    std::ofstream(path, std::ios::binary).write(reinterpret_cast<const char*>(file.data()), static_cast<long>(file.size()));
+    std::ofstream(path, std::ios::binary)
+        .write(reinterpret_cast<const char*>(file.data()), static_cast<long>(file.size()));
     const Outcome v = tshark(path, "-V", dir.path());
     EXPECT_EQ(v.code, 0) << v.err;
     EXPECT_EQ(without_root_warning(v.err), "");
@@ -295,7 +301,8 @@ TEST(TraceExperts, EachExpertItemMarksWhatItIsMeantToCatch) {
         return bytes;
     };
     // Robot answer to SEQ 9: one fragment for CmdID 1 with State/severity/code.
-    const auto robot = [](uint8_t state, uint8_t severity, uint16_t code, uint16_t seq_len, uint16_t frag_len, uint8_t footer) {
+    const auto robot = [](uint8_t state, uint8_t severity, uint16_t code, uint16_t seq_len, uint16_t frag_len,
+                          uint8_t footer) {
         std::vector<uint8_t> r(256, 0);
         r[0] = 0x25, r[1] = 0x10, r[3] = 255, r[255] = footer;
         srci_plc::put_u16be(&r[10], 9);
@@ -307,8 +314,9 @@ TEST(TraceExperts, EachExpertItemMarksWhatItIsMeantToCatch) {
         srci_plc::put_u16be(&r[24], code);
         return r;
     };
-    const char* kAll = "srci.expert.unknown_cmd || srci.expert.error_severity || srci.expert.lifesign_mismatch || "
-                       "srci.expert.overrun || srci.expert.length";
+    const char* kAll =
+        "srci.expert.unknown_cmd || srci.expert.error_severity || srci.expert.lifesign_mismatch || "
+        "srci.expert.overrun || srci.expert.length";
     const struct {
         const char* what;
         std::vector<uint8_t> p2r, r2p;
@@ -316,7 +324,8 @@ TEST(TraceExperts, EachExpertItemMarksWhatItIsMeantToCatch) {
         bool fires;
     } cases[] = {
         {"clean pair", plc(1001, 256), robot(10, 0, 0, 12, 4, 0x10), kAll, false},
-        {"Error with severity 20", plc(1001, 256), robot(15, 20, 0x8F11, 12, 4, 0x10), "srci.expert.error_severity", true},
+        {"Error with severity 20", plc(1001, 256), robot(15, 20, 0x8F11, 12, 4, 0x10), "srci.expert.error_severity",
+         true},
         {"Error without code", plc(1001, 256), robot(15, 28, 0, 12, 4, 0x10), "srci.expert.error_severity", true},
         {"proper Error", plc(1001, 256), robot(15, 28, 0x8F11, 12, 4, 0x10), "srci.expert.error_severity", false},
         {"unknown CmdType", plc(4242, 256), robot(10, 0, 0, 12, 4, 0x10), "srci.expert.unknown_cmd", true},
@@ -333,7 +342,8 @@ TEST(TraceExperts, EachExpertItemMarksWhatItIsMeantToCatch) {
         pnio_sim::trace::append_udp_packet(file, 1, fmt::kPlcPort, fmt::kRobotPort, c.p2r.data(), c.p2r.size(), 1);
         pnio_sim::trace::append_udp_packet(file, 2, fmt::kRobotPort, fmt::kPlcPort, c.r2p.data(), c.r2p.size(), 2);
         const std::string path = dir.file("case.pcapng");
-        std::ofstream(path, std::ios::binary).write(reinterpret_cast<const char*>(file.data()), static_cast<long>(file.size()));
+        std::ofstream(path, std::ios::binary)
+            .write(reinterpret_cast<const char*>(file.data()), static_cast<long>(file.size()));
         const Outcome r = tshark(path, std::string("-Y '") + c.filter + "' -T fields -e frame.number", dir.path());
         EXPECT_EQ(r.code, 0) << c.what << ": " << r.err;
         EXPECT_EQ(!lines(r.out).empty(), c.fires) << c.what;

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The trace file on its own: what the recorder writes the reader reads back, damaged files are
 // refused with the reason and never read past, rotation keeps exactly two readable files, and
 // srci-plc trace prints the checked-in short capture exactly as its golden text.
@@ -5,8 +6,8 @@
 #include <unistd.h>
 
 #include <cstring>
-#include <functional>
 #include <fstream>
+#include <functional>
 #include <sstream>
 
 #include "pnio_sim/trace_pcapng.hpp"
@@ -59,7 +60,8 @@ TEST(TraceFile, WhatTheRecorderWritesTheReaderReadsBack) {
     EXPECT_EQ(r.packets[1].time_us, 1'700'000'000'123'460u);
     srci_plc::UdpDatagram d;
     std::string why;
-    ASSERT_TRUE(srci_plc::udp_in_frame(r.packets[1].data.data(), r.packets[1].data.size(), r.packets[1].link_type, d, why))
+    ASSERT_TRUE(
+        srci_plc::udp_in_frame(r.packets[1].data.data(), r.packets[1].data.size(), r.packets[1].link_type, d, why))
         << why;
     EXPECT_EQ(d.src_port, fmt::kRobotPort);
     EXPECT_EQ(d.dst_port, fmt::kPlcPort);
@@ -73,10 +75,13 @@ TEST(TraceFile, FramesWhoseLengthsDoNotFitAreNotTelegrams) {
         const char* what;
         size_t at;
         uint8_t value;
-    } cases[] = {
-        {"not IPv4", 12, 0x86},          {"IPv4 total beyond the frame", 16, 0x02}, {"header length below 20", 14, 0x44},
-        {"not UDP", 23, 6},              {"a fragment", 20, 0x20},                  {"UDP length beyond IPv4", 38, 0x02},
-        {"UDP length below 8", 39, 0x04}};
+    } cases[] = {{"not IPv4", 12, 0x86},
+                 {"IPv4 total beyond the frame", 16, 0x02},
+                 {"header length below 20", 14, 0x44},
+                 {"not UDP", 23, 6},
+                 {"a fragment", 20, 0x20},
+                 {"UDP length beyond IPv4", 38, 0x02},
+                 {"UDP length below 8", 39, 0x04}};
     for (const auto& c : cases) {
         std::vector<uint8_t> frame = good.data;
         frame[c.at] = c.value;
@@ -124,9 +129,10 @@ TEST(TraceFile, DamagedFilesAreRefusedWithTheReason) {
 }
 
 TEST(TraceFile, RotatedPathKeepsTheExtension) {
-    const std::pair<const char*, const char*> cases[] = {
-        {"trace.pcapng", "trace.1.pcapng"}, {"/tmp/a.b/trace", "/tmp/a.b/trace.1"},
-        {"dir/x.y.pcapng", "dir/x.y.1.pcapng"}, {".hidden", ".hidden.1"}};
+    const std::pair<const char*, const char*> cases[] = {{"trace.pcapng", "trace.1.pcapng"},
+                                                         {"/tmp/a.b/trace", "/tmp/a.b/trace.1"},
+                                                         {"dir/x.y.pcapng", "dir/x.y.1.pcapng"},
+                                                         {".hidden", ".hidden.1"}};
     for (const auto& [in, out] : cases) EXPECT_EQ(pnio_sim::TraceRecorder::rotated_path(in), out) << in;
 }
 
@@ -182,7 +188,8 @@ TEST(TraceEvents, ARobotMessageIsReportedOnceWithItsCodeAndText) {
         srci_plc::PlcTelegram t;
         t.tn_rob_to_plc = 0;
         t.seq = seq;
-        t.fragments = {srci_plc::Fragment{1, action, 0, {0x23, 0x29, 2, static_cast<uint8_t>(par_seq << 4 | 3), msg_id, 1, 20}}};
+        t.fragments = {
+            srci_plc::Fragment{1, action, 0, {0x23, 0x29, 2, static_cast<uint8_t>(par_seq << 4 | 3), msg_id, 1, 20}}};
         return srci_plc::encode_plc_telegram(t);
     };
     const auto robot = [](uint16_t ack, uint8_t msg_id, uint8_t par_seq) {
@@ -207,7 +214,7 @@ TEST(TraceEvents, ARobotMessageIsReportedOnceWithItsCodeAndText) {
     pnio_sim::trace::append_interface(file);
     const std::pair<bool, std::vector<uint8_t>> telegrams[] = {
         {true, plc(1, 0x03, 0, 1)}, {false, robot(1, 7, 1)},
-        {true, plc(1, 0x03, 0, 1)}, {false, robot(1, 8, 1)},  // same ACK: the PLC does not look again
+        {true, plc(1, 0x03, 0, 1)}, {false, robot(1, 8, 1)},   // same ACK: the PLC does not look again
         {true, plc(2, 0x05, 7, 2)}, {false, robot(2, 7, 2)}};  // new ACK, the message already seen
     uint16_t id = 0;
     for (const auto& [from_plc, bytes] : telegrams) {

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "devtools_pipe.hpp"
 
 #include <fcntl.h>
@@ -46,10 +47,17 @@ HeadlessBrowser::HeadlessBrowser(const std::string& binary, const std::string& p
     signal(SIGPIPE, SIG_IGN);  // a browser that died must not take the test with it
     int to[2], from[2];
     if (pipe2(to, O_CLOEXEC) != 0 || pipe2(from, O_CLOEXEC) != 0) return;
-    std::vector<std::string> args = {binary, "--headless", "--disable-gpu", "--remote-debugging-pipe",
-                                     "--user-data-dir=" + profile_dir, "--window-size=1280,720",
-                                     "--no-first-run", "--no-default-browser-check", "--hide-scrollbars",
-                                     "--disable-extensions", "--mute-audio"};
+    std::vector<std::string> args = {binary,
+                                     "--headless",
+                                     "--disable-gpu",
+                                     "--remote-debugging-pipe",
+                                     "--user-data-dir=" + profile_dir,
+                                     "--window-size=1280,720",
+                                     "--no-first-run",
+                                     "--no-default-browser-check",
+                                     "--hide-scrollbars",
+                                     "--disable-extensions",
+                                     "--mute-audio"};
     if (geteuid() == 0) args.push_back("--no-sandbox");  // the sandbox refuses to run as root
     args.push_back("about:blank");
     std::vector<char*> argv;
@@ -131,9 +139,9 @@ bool HeadlessBrowser::open(const std::string& url, std::string& why) {
             if (!ended) std::this_thread::sleep_for(std::chrono::milliseconds(50));
         }
         if (ended) {
-            why = "the browser ended at start with " +
-                  (WIFEXITED(status) ? "exit code " + std::to_string(WEXITSTATUS(status))
-                                     : "signal " + std::to_string(WTERMSIG(status)));
+            why = "the browser ended at start with " + (WIFEXITED(status)
+                                                            ? "exit code " + std::to_string(WEXITSTATUS(status))
+                                                            : "signal " + std::to_string(WTERMSIG(status)));
             pid_ = -1;
         } else {
             why = "the browser did not answer on its DevTools pipe within 60 s";

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 // A headless Chromium driven over its DevTools pipe (--remote-debugging-pipe): JSON messages
 // separated by NUL bytes on fds 3 (to the browser) and 4 (from it). Enough to open a page, read

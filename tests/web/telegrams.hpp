@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 // Telegram pairs for the live view's tests: the PLC side through the client library's encoder, the
 // robot side built byte by byte here from the wire layout.

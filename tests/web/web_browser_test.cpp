@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The live view in a real browser while the demo tour runs through the whole chain: pnio-sim with
 // --web, srci_server with its simulated arm, and srci-plc running the demo script. Everything is
 // read from the page's DOM, as a person would read the screen.

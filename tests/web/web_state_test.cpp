@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The live view's model of the link and its JSON: commands and their state history, messages,
 // limits, the joint source and the arm drawing, fed with hand-built telegram pairs.
 #include <gtest/gtest.h>
@@ -120,13 +121,13 @@ TEST(LiveViewModel, FinalAnswersCarryTheirSeverityAndCodeByName) {
 
 TEST(LiveViewModel, ParameterUpdatesReplacementsAndDisconnectsAreTold) {
     Link l;
-    l.step({command(2, 2100)});              // GroupJog
-    l.step({command(2, 2100, 0x05, 2)});     // Clear + Complete: new direction bits
+    l.step({command(2, 2100)});           // GroupJog
+    l.step({command(2, 2100, 0x05, 2)});  // Clear + Complete: new direction bits
     json c = l.commands();
     ASSERT_EQ(c["inFlight"].size(), 1u);
     EXPECT_EQ(c["inFlight"][0]["updates"], 1);
     EXPECT_EQ(c["inFlight"][0]["parSeq"], 2);
-    l.step({command(2, 1001)});              // Reset: a new command under the same CmdID
+    l.step({command(2, 1001)});  // Reset: a new command under the same CmdID
     c = l.commands();
     ASSERT_EQ(c["finished"].size(), 1u);
     EXPECT_EQ(c["finished"][0]["name"], "GroupJog");
@@ -155,10 +156,10 @@ TEST(LiveViewModel, RobotMessagesAreListedOncePerMessageId) {
     Link l;
     l.step({command(1, 9001)});
     std::vector<uint8_t> body(166, 0);
-    body[0] = 7;      // MsgID
-    body[1] = 1;      // Enabled
-    body[10] = 3;     // RA
-    body[11] = 28;    // error
+    body[0] = 7;    // MsgID
+    body[1] = 1;    // Enabled
+    body[10] = 3;   // RA
+    body[11] = 28;  // error
     body[12 + 2] = 0x8C;
     body[12 + 3] = 0x03;  // code 0x8C03 (DWORD, big-endian)
     std::memcpy(&body[16], "drive fault", 11);
@@ -295,8 +296,8 @@ TEST(LiveViewJson, LimitsComeFromThePlcOnceItReadThem) {
     EXPECT_DOUBLE_EQ(r["limits"][0]["hard"][1].get<double>(), 170);
     l.step({command(5, 5106)});
     std::vector<uint8_t> body(103, 0);  // ReadRobotSWLimits answer after its header
-    be_float(body, 10 - 4, -100.f);    // min J1
-    be_float(body, 38 - 4 + 4, 77.f);  // max J2
+    be_float(body, 10 - 4, -100.f);     // min J1
+    be_float(body, 38 - 4 + 4, 77.f);   // max J2
     l.answer({response(5, 10, 0, 0, body)});
     r = robot_json({}, {}, &l.m.slow(), l.now);
     EXPECT_EQ(r["limitSource"], "read by the PLC");
@@ -325,9 +326,12 @@ TEST(LiveViewOptions, WebAddressIsLoopbackUnlessGiven) {
         uint16_t port;
     };
     const Case cases[] = {
-        {"8080", true, "127.0.0.1", 8080}, {"0.0.0.0:9000", true, "0.0.0.0", 9000},
-        {"127.0.0.1:0", true, "127.0.0.1", 0}, {"localhost:8080", false, "", 0},
-        {"127.0.0.1:70000", false, "", 0},  {"127.0.0.1:", false, "", 0},
+        {"8080", true, "127.0.0.1", 8080},
+        {"0.0.0.0:9000", true, "0.0.0.0", 9000},
+        {"127.0.0.1:0", true, "127.0.0.1", 0},
+        {"localhost:8080", false, "", 0},
+        {"127.0.0.1:70000", false, "", 0},
+        {"127.0.0.1:", false, "", 0},
         {"", false, "", 0},
     };
     for (const Case& k : cases) {

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The live view's HTTP side in-process: the page and its files, one-shot state, the event stream
 // and the arm's control channel as joint source, with telegrams handed to the tap directly.
 #include <gtest/gtest.h>

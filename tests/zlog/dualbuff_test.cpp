@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Double-buffer channel: record integrity, drop accounting, non-blocking reader, and
 // survival of dead peers and foreign segments.
 #include <fcntl.h>
@@ -22,8 +23,7 @@ using qxutil::DualBuffWriter;
 
 constexpr const char* CHANNEL = "dbtest";
 
-std::string drainOnce(DualBuffReader& reader)
-{
+std::string drainOnce(DualBuffReader& reader) {
     std::vector<char> buf(DUAL_BUFF_MAX_SIZE);
     int n = reader.read(buf.data());
     return std::string(buf.data(), static_cast<size_t>(n));
@@ -32,16 +32,14 @@ std::string drainOnce(DualBuffReader& reader)
 // Maps the channel's raw segment, as another (possibly misbehaving) process would.
 class RawSegment {
 public:
-    explicit RawSegment(const char* name)
-    {
+    explicit RawSegment(const char* name) {
         int fd = shm_open(qxutil::channelShmName(name).c_str(), O_RDWR, 0);
         if (fd >= 0) {
             base_ = mmap(nullptr, qxutil::DUAL_SHM_SIZE, PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
             close(fd);
         }
     }
-    ~RawSegment()
-    {
+    ~RawSegment() {
         if (base_ != MAP_FAILED) {
             munmap(base_, qxutil::DUAL_SHM_SIZE);
         }
@@ -53,8 +51,7 @@ private:
 };
 
 // Creates a foreign object under the channel's name before any of our code attaches.
-void createForeignObject(const char* name, size_t size, uint32_t state, uint32_t magic)
-{
+void createForeignObject(const char* name, size_t size, uint32_t state, uint32_t magic) {
     int fd = shm_open(qxutil::channelShmName(name).c_str(), O_RDWR | O_CREAT | O_EXCL, 0600);
     ASSERT_GE(fd, 0);
     ASSERT_EQ(ftruncate(fd, static_cast<off_t>(size)), 0);
@@ -63,8 +60,7 @@ void createForeignObject(const char* name, size_t size, uint32_t state, uint32_t
     close(fd);
 }
 
-TEST(DualBuff, RecordsComeOutWholeInOrderAndEmptyReadsReturnZero)
-{
+TEST(DualBuff, RecordsComeOutWholeInOrderAndEmptyReadsReturnZero) {
     zlog_test::ShmScope scope{CHANNEL};
     DualBuffWriter writer(CHANNEL);
     DualBuffReader reader(CHANNEL);
@@ -80,8 +76,7 @@ TEST(DualBuff, RecordsComeOutWholeInOrderAndEmptyReadsReturnZero)
     EXPECT_EQ(writer.dropped(), 0u);
 }
 
-TEST(DualBuff, FullHalfDropsWholeRecordsAndCountsThem)
-{
+TEST(DualBuff, FullHalfDropsWholeRecordsAndCountsThem) {
     zlog_test::ShmScope scope{CHANNEL};
     DualBuffWriter writer(CHANNEL);
     DualBuffReader reader(CHANNEL);
@@ -104,8 +99,7 @@ TEST(DualBuff, FullHalfDropsWholeRecordsAndCountsThem)
     EXPECT_EQ(all.find('x'), std::string::npos);
 }
 
-TEST(DualBuff, RecordSizeLimitIsOneHalf)
-{
+TEST(DualBuff, RecordSizeLimitIsOneHalf) {
     zlog_test::ShmScope scope{CHANNEL};
     DualBuffWriter writer(CHANNEL);
     DualBuffReader reader(CHANNEL);
@@ -116,8 +110,7 @@ TEST(DualBuff, RecordSizeLimitIsOneHalf)
     EXPECT_EQ(drainOnce(reader).size(), DUAL_BUFF_MAX_SIZE);
 }
 
-TEST(DualBuff, OneReadTakesEverythingPending)
-{
+TEST(DualBuff, OneReadTakesEverythingPending) {
     zlog_test::ShmScope scope{CHANNEL};
     DualBuffWriter writer(CHANNEL);
     DualBuffReader reader(CHANNEL);
@@ -130,8 +123,7 @@ TEST(DualBuff, OneReadTakesEverythingPending)
     EXPECT_EQ(drainOnce(reader), expected);
 }
 
-TEST(DualBuff, ScopesSeparateChannelsOfTheSameName)
-{
+TEST(DualBuff, ScopesSeparateChannelsOfTheSameName) {
     zlog_test::ShmScope scopeA{CHANNEL};
     DualBuffWriter writerA(CHANNEL);
     DualBuffReader readerA(CHANNEL);
@@ -146,8 +138,7 @@ TEST(DualBuff, ScopesSeparateChannelsOfTheSameName)
     EXPECT_EQ(drainOnce(readerA), "a");
 }
 
-TEST(DualBuff, ReaderReturnsAtOnceWhileAnotherReaderDrains)
-{
+TEST(DualBuff, ReaderReturnsAtOnceWhileAnotherReaderDrains) {
     zlog_test::ShmScope scope{CHANNEL};
     DualBuffWriter writer(CHANNEL);
     DualBuffReader reader(CHANNEL);
@@ -159,8 +150,7 @@ TEST(DualBuff, ReaderReturnsAtOnceWhileAnotherReaderDrains)
     EXPECT_EQ(drainOnce(reader), "pending");
 }
 
-TEST(DualBuff, WriterDyingWhileHoldingTheLockDoesNotWedgeTheChannel)
-{
+TEST(DualBuff, WriterDyingWhileHoldingTheLockDoesNotWedgeTheChannel) {
     zlog_test::ShmScope scope{CHANNEL};
     DualBuffWriter writer(CHANNEL);
     DualBuffReader reader(CHANNEL);
@@ -178,8 +168,7 @@ TEST(DualBuff, WriterDyingWhileHoldingTheLockDoesNotWedgeTheChannel)
     EXPECT_EQ(drainOnce(reader), "before\nafter\n");
 }
 
-TEST(DualBuff, HalfOfAReaderThatDiedMidCopyIsHandedOutAgain)
-{
+TEST(DualBuff, HalfOfAReaderThatDiedMidCopyIsHandedOutAgain) {
     zlog_test::ShmScope scope{CHANNEL};
     DualBuffWriter writer(CHANNEL);
     DualBuffReader reader(CHANNEL);
@@ -192,8 +181,7 @@ TEST(DualBuff, HalfOfAReaderThatDiedMidCopyIsHandedOutAgain)
     EXPECT_EQ(drainOnce(reader), "");
 }
 
-TEST(DualBuffForeignSegment, WrongSizeOrMagicIsRejectedWithoutTouchingIt)
-{
+TEST(DualBuffForeignSegment, WrongSizeOrMagicIsRejectedWithoutTouchingIt) {
     struct Foreign {
         size_t size;
         uint32_t magic;
@@ -214,8 +202,7 @@ TEST(DualBuffForeignSegment, WrongSizeOrMagicIsRejectedWithoutTouchingIt)
     }
 }
 
-TEST(DualBuffForeignSegment, ScribbledFillLevelsAreDiscardedAndTheChannelRecovers)
-{
+TEST(DualBuffForeignSegment, ScribbledFillLevelsAreDiscardedAndTheChannelRecovers) {
     zlog_test::ShmScope scope{CHANNEL};
     DualBuffWriter writer(CHANNEL);
     DualBuffReader reader(CHANNEL);

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Rotating log file: generation shifting, size limit edges, failures that must not crash.
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -22,8 +23,7 @@ protected:
     bool exists(const std::string& suffix) { return fs::exists(bus + suffix); }
 };
 
-TEST_F(LogFileTest, BusGenerationsShiftAndTheOldestIsDeleted)
-{
+TEST_F(LogFileTest, BusGenerationsShiftAndTheOldestIsDeleted) {
     zlog::LogFile file(bus.c_str(), zlog::ZLOG_BUS_FILE_MAX_SIZE, 2);
     ASSERT_TRUE(file.enabled());
     for (char c : {'A', 'B', 'C', 'D'}) {
@@ -35,8 +35,7 @@ TEST_F(LogFileTest, BusGenerationsShiftAndTheOldestIsDeleted)
     EXPECT_FALSE(exists(".2"));
 }
 
-TEST_F(LogFileTest, LimitIsInclusiveAndOversizedBlocksStayWhole)
-{
+TEST_F(LogFileTest, LimitIsInclusiveAndOversizedBlocksStayWhole) {
     zlog::LogFile file(bus.c_str(), 10240, 2);
     std::string big = block('O', 15000);
     ASSERT_EQ(file.write(big.data(), big.size()), 0);  // into an empty file: no rotation
@@ -54,8 +53,7 @@ TEST_F(LogFileTest, LimitIsInclusiveAndOversizedBlocksStayWhole)
     EXPECT_EQ(readFile(bus + ".1"), big);
 }
 
-TEST_F(LogFileTest, FailedRenameEndsShiftingAndWritingGoesOn)
-{
+TEST_F(LogFileTest, FailedRenameEndsShiftingAndWritingGoesOn) {
     zlog::LogFile file(bus.c_str(), 10, 2);
     ASSERT_EQ(file.write("0123456789", 10), 0);
     ASSERT_EQ(file.write("abc", 3), 0);  // first block now in bus.0
@@ -66,8 +64,7 @@ TEST_F(LogFileTest, FailedRenameEndsShiftingAndWritingGoesOn)
     EXPECT_EQ(readFile(bus), "abc0123456789");
 }
 
-TEST_F(LogFileTest, ZeroGenerationsStartsTheFileOver)
-{
+TEST_F(LogFileTest, ZeroGenerationsStartsTheFileOver) {
     zlog::LogFile file(bus.c_str(), 10, 0);
     file.write("0123456789", 10);
     file.write("next", 4);
@@ -75,22 +72,19 @@ TEST_F(LogFileTest, ZeroGenerationsStartsTheFileOver)
     EXPECT_FALSE(exists(".0"));
 }
 
-TEST_F(LogFileTest, UnopenableFileRefusesQuietly)
-{
+TEST_F(LogFileTest, UnopenableFileRefusesQuietly) {
     zlog::LogFile file((dir.path() / "missing" / "bus").c_str());
     EXPECT_FALSE(file.enabled());
     EXPECT_EQ(file.write("x", 1), -1);
     EXPECT_EQ(file.rotate(), -1);
 }
 
-TEST_F(LogFileTest, NullBlockIsAProgrammingErrorNamingTheFunction)
-{
+TEST_F(LogFileTest, NullBlockIsAProgrammingErrorNamingTheFunction) {
     zlog::LogFile file(bus.c_str());
     EXPECT_DEATH(file.write(nullptr, 1), "int zlog::LogFile::write\\(const char\\*, size_t\\)");
 }
 
-TEST(LogTime, DateUsesBackslashesAndEndsWithABlank)
-{
+TEST(LogTime, DateUsesBackslashesAndEndsWithABlank) {
     EXPECT_TRUE(std::regex_match(zlog::get_time(), std::regex(R"(\d{4}\\\d{2}\\\d{2} \d{2}:\d{2}:\d{2} )")));
 }
 

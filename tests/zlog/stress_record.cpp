@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "stress_record.h"
 
 #include <unistd.h>
@@ -8,8 +9,7 @@
 namespace zlog_test {
 namespace {
 
-std::string payload(int writer, uint32_t seq)
-{
+std::string payload(int writer, uint32_t seq) {
     size_t len = 8 + (seq * 7u + static_cast<uint32_t>(writer)) % 48;
     std::string p(len, ' ');
     for (size_t i = 0; i < len; ++i) {
@@ -20,13 +20,11 @@ std::string payload(int writer, uint32_t seq)
 
 }  // namespace
 
-std::string stressText(int writer, uint32_t seq)
-{
+std::string stressText(int writer, uint32_t seq) {
     return "@S " + std::to_string(writer) + " " + std::to_string(seq) + " " + payload(writer, seq);
 }
 
-bool parseStressText(std::string_view line, int& writer, uint32_t& seq)
-{
+bool parseStressText(std::string_view line, int& writer, uint32_t& seq) {
     size_t at = line.find("@S ");
     if (at == std::string_view::npos) {
         return false;
@@ -41,8 +39,7 @@ bool parseStressText(std::string_view line, int& writer, uint32_t& seq)
     return line.substr(at) == stressText(writer, seq);
 }
 
-std::vector<uint32_t> writeStressRecords(qxutil::DualBuffWriter& out, int writer, uint32_t count)
-{
+std::vector<uint32_t> writeStressRecords(qxutil::DualBuffWriter& out, int writer, uint32_t count) {
     std::vector<uint32_t> dropped;
     for (uint32_t seq = 0; seq < count; ++seq) {
         std::string rec = stressText(writer, seq) + "\n";
@@ -56,8 +53,7 @@ std::vector<uint32_t> writeStressRecords(qxutil::DualBuffWriter& out, int writer
     return dropped;
 }
 
-void StressTally::addText(const std::string& text)
-{
+void StressTally::addText(const std::string& text) {
     std::istringstream in(text);
     for (std::string line; std::getline(in, line);) {
         int writer = 0;

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Self-checking records for the concurrency tests: each names its writer and sequence
 // number and carries a payload derived from both, so a cut or mixed record is detected.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Concurrency stress: many writers (threads of this process and a second process) against
 // one drainer writing 1 MiB rotating files. Every record a writer was not told was dropped
 // must come out exactly once, whole, and in its writer's order.
@@ -50,12 +51,9 @@ public:
                       usleep(5000);  // the log server's period
                   }
               }
-          })
-    {
-    }
+          }) {}
     // Call once every writer has finished.
-    void finish()
-    {
+    void finish() {
         stop_ = true;
         thread_.join();
     }
@@ -65,13 +63,15 @@ private:
     std::thread thread_;
 };
 
-pid_t spawnChildWriter(const std::string& scope, const char* channel, const std::string& resultFile)
-{
+pid_t spawnChildWriter(const std::string& scope, const char* channel, const std::string& resultFile) {
     std::string id = std::to_string(CHILD_WRITER);
     std::string count = std::to_string(RECORDS);
-    std::vector<char*> argv = {const_cast<char*>(ZLOG_STRESS_WRITER), const_cast<char*>(scope.c_str()),
-                               const_cast<char*>(channel),           id.data(),
-                               count.data(),                         const_cast<char*>(resultFile.c_str()),
+    std::vector<char*> argv = {const_cast<char*>(ZLOG_STRESS_WRITER),
+                               const_cast<char*>(scope.c_str()),
+                               const_cast<char*>(channel),
+                               id.data(),
+                               count.data(),
+                               const_cast<char*>(resultFile.c_str()),
                                nullptr};
     pid_t pid = -1;
     if (posix_spawn(&pid, ZLOG_STRESS_WRITER, nullptr, nullptr, argv.data(), environ) != 0) {
@@ -80,8 +80,7 @@ pid_t spawnChildWriter(const std::string& scope, const char* channel, const std:
     return pid;
 }
 
-std::vector<uint32_t> readDroppedList(const fs::path& path)
-{
+std::vector<uint32_t> readDroppedList(const fs::path& path) {
     std::vector<uint32_t> seqs;
     std::ifstream in(path);
     for (uint32_t seq = 0; in >> seq;) {
@@ -91,8 +90,7 @@ std::vector<uint32_t> readDroppedList(const fs::path& path)
 }
 
 // Every sequence number below RECORDS that is not in dropped, ascending.
-std::vector<uint32_t> expectedSeqs(const std::vector<uint32_t>& dropped)
-{
+std::vector<uint32_t> expectedSeqs(const std::vector<uint32_t>& dropped) {
     std::set<uint32_t> gone(dropped.begin(), dropped.end());
     std::vector<uint32_t> out;
     for (uint32_t seq = 0; seq < RECORDS; ++seq) {
@@ -103,8 +101,7 @@ std::vector<uint32_t> expectedSeqs(const std::vector<uint32_t>& dropped)
     return out;
 }
 
-TEST(LogStress, ThreadsAndASecondProcessLoseNothingUnreported)
-{
+TEST(LogStress, ThreadsAndASecondProcessLoseNothingUnreported) {
     const char* channel = "stress";
     zlog_test::ShmScope scope{channel};
     zlog_test::TempDir dir;
@@ -165,8 +162,7 @@ TEST(LogStress, ThreadsAndASecondProcessLoseNothingUnreported)
     std::cout << "rotated files: " << generations << ", seconds: " << seconds << "\n";
 }
 
-TEST(LogStress, ClientFromManyThreadsKeepsRecordsWholeAndCounted)
-{
+TEST(LogStress, ClientFromManyThreadsKeepsRecordsWholeAndCounted) {
     zlog_test::ShmScope scope{zlog::ZLOG_SYS_CHANNEL, zlog::ZLOG_ERR_CHANNEL};
     zlog::ZLogClient* log = zlog::ZLogClient::get();
     log->reopen_channels();  // the threads below race to attach

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Second process of the stress test: writes numbered records into a channel and reports
 // the ones the channel refused.
 // usage: zlog_stress_writer <scope> <channel> <writer-id> <count> <dropped-list-file>
@@ -8,8 +9,7 @@
 #include "qxutil/dualbuff.h"
 #include "stress_record.h"
 
-int main(int argc, char** argv)
-{
+int main(int argc, char** argv) {
     if (argc != 6) {
         fprintf(stderr, "usage: %s <scope> <channel> <writer-id> <count> <dropped-list-file>\n", argv[0]);
         return 2;

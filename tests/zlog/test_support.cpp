@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "test_support.h"
 
 #include <gtest/gtest.h>
@@ -12,8 +13,7 @@
 
 namespace zlog_test {
 
-ShmScope::ShmScope(std::initializer_list<const char*> channels)
-{
+ShmScope::ShmScope(std::initializer_list<const char*> channels) {
     static std::atomic<int> counter{0};
     scope_ = "zlogtest." + std::to_string(getpid()) + "." + std::to_string(counter++);
     if (const auto* info = testing::UnitTest::GetInstance()->current_test_info()) {
@@ -25,8 +25,7 @@ ShmScope::ShmScope(std::initializer_list<const char*> channels)
     qxutil::setShmScope(scope_);
 }
 
-ShmScope::~ShmScope()
-{
+ShmScope::~ShmScope() {
     qxutil::setShmScope(scope_);
     for (const auto& c : channels_) {
         qxutil::removeChannel(c.c_str());
@@ -34,8 +33,7 @@ ShmScope::~ShmScope()
     qxutil::setShmScope("");
 }
 
-TempDir::TempDir()
-{
+TempDir::TempDir() {
     std::string pattern = (std::filesystem::temp_directory_path() / "zlogtest.XXXXXX").string();
     if (mkdtemp(pattern.data()) == nullptr) {
         throw std::runtime_error("mkdtemp failed");
@@ -43,27 +41,23 @@ TempDir::TempDir()
     path_ = pattern;
 }
 
-TempDir::~TempDir()
-{
+TempDir::~TempDir() {
     std::error_code ec;
     std::filesystem::remove_all(path_, ec);
 }
 
-std::string readFile(const std::filesystem::path& path)
-{
+std::string readFile(const std::filesystem::path& path) {
     std::ifstream in(path, std::ios::binary);
     std::ostringstream out;
     out << in.rdbuf();
     return out.str();
 }
 
-void writeFile(const std::filesystem::path& path, const std::string& content)
-{
+void writeFile(const std::filesystem::path& path, const std::string& content) {
     std::ofstream(path, std::ios::binary) << content;
 }
 
-std::vector<std::string> splitLines(const std::string& text)
-{
+std::vector<std::string> splitLines(const std::string& text) {
     std::vector<std::string> lines;
     std::istringstream in(text);
     for (std::string line; std::getline(in, line);) {

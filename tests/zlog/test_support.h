@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Shared fixtures for the logging tests: private shm scopes, scratch directories, file reads.
 #pragma once
 

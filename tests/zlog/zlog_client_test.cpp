@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Log client: record layout, level and tag filters, channel routing, drop accounting.
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -23,8 +24,7 @@ protected:
     qxutil::DualBuffReader errReader{ZLOG_ERR_CHANNEL};
     ZLogClient* log = ZLogClient::get();
 
-    void SetUp() override
-    {
+    void SetUp() override {
         log->reopen_channels();
         log->set_lv_filter(ZLogLvTrace);
         for (const char* tag : {"SRCI", "BUS"}) {
@@ -33,23 +33,20 @@ protected:
     }
     void TearDown() override { log->reopen_channels(); }
 
-    static std::string drain(qxutil::DualBuffReader& reader)
-    {
+    static std::string drain(qxutil::DualBuffReader& reader) {
         std::vector<char> buf(qxutil::DUAL_BUFF_MAX_SIZE);
         int n = reader.read(buf.data());
         return std::string(buf.data(), static_cast<size_t>(n));
     }
     // The level letters of the records pending on the system channel, in order.
-    std::string sysLetters()
-    {
+    std::string sysLetters() {
         std::string letters;
         for (const auto& line : zlog_test::splitLines(drain(sysReader))) {
             letters += line.substr(24, 1);
         }
         return letters;
     }
-    void logEveryLevel(const char* tag)
-    {
+    void logEveryLevel(const char* tag) {
         for (int lv = ZLogLvError; lv <= ZLogLvTrace; ++lv) {
             log->do_log(lv, tag, "f", 1, std::string("x"));
         }
@@ -58,8 +55,7 @@ protected:
 
 const std::string STAMP = R"(\d{4}-\d{2}-\d{2} \d{2}:\d{2}:\d{2}\.\d{3} )";
 
-TEST_F(ZLogClientTest, RecordCarriesTimeLevelTagPlaceAndVerbatimText)
-{
+TEST_F(ZLogClientTest, RecordCarriesTimeLevelTagPlaceAndVerbatimText) {
     log->do_log(ZLogLvWarn, "SRCI", "monitorTime", 77, std::string("\nload 100%s\n"));
     log->do_log(ZLogLvInfo, "SRCI", "cycle", 5, "%d ms over", 51);
     log->do_log(ZLogLvInfo, 0, std::string("relayed"));
@@ -69,8 +65,7 @@ TEST_F(ZLogClientTest, RecordCarriesTimeLevelTagPlaceAndVerbatimText)
     EXPECT_TRUE(std::regex_match(all, expected)) << all;
 }
 
-TEST_F(ZLogClientTest, OverlongTextIsCutAndMarkedWithinOneRecord)
-{
+TEST_F(ZLogClientTest, OverlongTextIsCutAndMarkedWithinOneRecord) {
     log->do_log(ZLogLvInfo, "SRCI", "f", 1, std::string(100000, 'z'));
     std::string all = drain(sysReader);
     EXPECT_LT(all.size(), 20000u);
@@ -78,8 +73,7 @@ TEST_F(ZLogClientTest, OverlongTextIsCutAndMarkedWithinOneRecord)
     EXPECT_EQ(all.find('\n'), all.size() - 1);
 }
 
-TEST_F(ZLogClientTest, GlobalFilterKeepsLevelsUpToItAndDisableDropsAll)
-{
+TEST_F(ZLogClientTest, GlobalFilterKeepsLevelsUpToItAndDisableDropsAll) {
     log->set_lv_filter(ZLogLvInfo);
     EXPECT_EQ(log->lv_filter(), ZLogLvInfo);
     logEveryLevel("SRCI");
@@ -89,8 +83,7 @@ TEST_F(ZLogClientTest, GlobalFilterKeepsLevelsUpToItAndDisableDropsAll)
     EXPECT_EQ(sysLetters(), "");
 }
 
-TEST_F(ZLogClientTest, TagFilterTightensOnlyItsTagAndOnlyWhileEnabled)
-{
+TEST_F(ZLogClientTest, TagFilterTightensOnlyItsTagAndOnlyWhileEnabled) {
     log->set_tag_lv_filter("SRCI", ZLogLvDebug, true);
     logEveryLevel("SRCI");
     logEveryLevel("BUS");
@@ -107,8 +100,7 @@ TEST_F(ZLogClientTest, TagFilterTightensOnlyItsTagAndOnlyWhileEnabled)
     EXPECT_EQ(sysLetters(), "EWIDT");
 }
 
-TEST_F(ZLogClientTest, ErrorsAlsoGoToTheErrorChannel)
-{
+TEST_F(ZLogClientTest, ErrorsAlsoGoToTheErrorChannel) {
     log->do_log(ZLogLvWarn, "SRCI", "f", 1, std::string("warn"));
     log->do_log(ZLogLvError, "SRCI", "f", 2, std::string("fail"));
     EXPECT_EQ(zlog_test::splitLines(drain(sysReader)).size(), 2u);
@@ -117,8 +109,7 @@ TEST_F(ZLogClientTest, ErrorsAlsoGoToTheErrorChannel)
     EXPECT_NE(errLines[0].find("f:2 fail"), std::string::npos);
 }
 
-TEST_F(ZLogClientTest, FullChannelCountsEveryRefusedRecord)
-{
+TEST_F(ZLogClientTest, FullChannelCountsEveryRefusedRecord) {
     const uint64_t before = log->dropped();
     const std::string text(1000, 'q');
     const int attempts = 1500;  // about 1.5 MiB: more than one half can hold
@@ -130,8 +121,7 @@ TEST_F(ZLogClientTest, FullChannelCountsEveryRefusedRecord)
     EXPECT_EQ(accepted + (log->dropped() - before), static_cast<size_t>(attempts));
 }
 
-TEST_F(ZLogClientTest, StdoutEchoCarriesTheSameRecord)
-{
+TEST_F(ZLogClientTest, StdoutEchoCarriesTheSameRecord) {
     zlog_test::TempDir dir;
     std::string path = (dir.path() / "stdout").string();
     fflush(stdout);

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Log server: banners, routing of the three channels into their files, drain edge cases.
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -24,12 +25,10 @@ protected:
     std::string base = (dir.path() / "run" / "x").string();
     fs::path logDir = fs::path(base) / "log";
 
-    std::unique_ptr<zlog::ZLogSvr> start()
-    {
+    std::unique_ptr<zlog::ZLogSvr> start() {
         return std::make_unique<zlog::ZLogSvr>("errorlog", "rvodbg.log", "bus", base.c_str());
     }
-    static void send(const char* channel, const std::string& text)
-    {
+    static void send(const char* channel, const std::string& text) {
         qxutil::DualBuffWriter(channel).write(text.data(), text.size());
     }
 };
@@ -37,8 +36,7 @@ protected:
 const std::regex START_BANNER(R"(\*{8} Log start \(\d{4}\\\d{2}\\\d{2} \d{2}:\d{2}:\d{2} \) \*{8})");
 const std::regex END_BANNER(R"(\*{8} Log end \(\d{4}\\\d{2}\\\d{2} \d{2}:\d{2}:\d{2} \) \*{8})");
 
-TEST_F(ZLogSvrTest, ErrorLogStartsWithBannerAndEndsWithEndBanner)
-{
+TEST_F(ZLogSvrTest, ErrorLogStartsWithBannerAndEndsWithEndBanner) {
     auto svr = start();
     svr->update();
     auto lines = splitLines(readFile(logDir / "errorlog"));
@@ -53,8 +51,7 @@ TEST_F(ZLogSvrTest, ErrorLogStartsWithBannerAndEndsWithEndBanner)
     EXPECT_TRUE(std::regex_match(lines[2], END_BANNER)) << lines[2];
 }
 
-TEST_F(ZLogSvrTest, ErrorsLoggedBeforeTheServerStartedFollowTheBanner)
-{
+TEST_F(ZLogSvrTest, ErrorsLoggedBeforeTheServerStartedFollowTheBanner) {
     send("errorlog", "logged during static initialisation\n");
     auto svr = start();
     svr->update();
@@ -64,8 +61,7 @@ TEST_F(ZLogSvrTest, ErrorsLoggedBeforeTheServerStartedFollowTheBanner)
     EXPECT_EQ(lines[1], "logged during static initialisation");
 }
 
-TEST_F(ZLogSvrTest, EachChannelLandsInItsOwnFile)
-{
+TEST_F(ZLogSvrTest, EachChannelLandsInItsOwnFile) {
     auto svr = start();
     send("rvodbg.log", "system line\n");
     send("bus", "bus line\n");
@@ -75,8 +71,7 @@ TEST_F(ZLogSvrTest, EachChannelLandsInItsOwnFile)
     EXPECT_EQ(readFile(logDir / "errorlog").find("line"), std::string::npos);
 }
 
-TEST_F(ZLogSvrTest, NothingPendingLeavesFilesUntouched)
-{
+TEST_F(ZLogSvrTest, NothingPendingLeavesFilesUntouched) {
     auto svr = start();
     svr->update();
     struct stat before {};
@@ -89,8 +84,7 @@ TEST_F(ZLogSvrTest, NothingPendingLeavesFilesUntouched)
     EXPECT_EQ(after.st_mtim.tv_sec, before.st_mtim.tv_sec);
 }
 
-TEST_F(ZLogSvrTest, BusLogRotatesAtItsSmallLimit)
-{
+TEST_F(ZLogSvrTest, BusLogRotatesAtItsSmallLimit) {
     auto svr = start();
     send("bus", std::string(8000, 'a'));
     svr->update();
@@ -100,8 +94,7 @@ TEST_F(ZLogSvrTest, BusLogRotatesAtItsSmallLimit)
     EXPECT_EQ(readFile(logDir / "bus"), std::string(8000, 'b'));
 }
 
-TEST_F(ZLogSvrTest, UncreatableDirectoryDisablesFilesWithoutCrashing)
-{
+TEST_F(ZLogSvrTest, UncreatableDirectoryDisablesFilesWithoutCrashing) {
     zlog_test::writeFile(dir.path() / "plainfile", "not a directory");
     std::string blocked = (dir.path() / "plainfile" / "sub").string();
     {

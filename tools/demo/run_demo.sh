@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: Apache-2.0
 # The whole chain on one machine: pnio-sim (the PROFINET I/O manager stand-in), srci_server with
 # its simulated arm, and the srci-plc client running demo.srci. Usage: run_demo.sh [BUILD_DIR]
 set -euo pipefail

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // log_demo: runs the log server and a few busy log producers for a moment, then shows the
 // files they produced. See --help.
 #include <pthread.h>
@@ -25,8 +26,7 @@ namespace fs = std::filesystem;
 constexpr const char* RUN_DIR = "./log_demo_run";
 constexpr int PRODUCERS = 3;
 
-void printHelp(const char* self)
-{
+void printHelp(const char* self) {
     printf(
         "usage: %s [--seconds N] [--help]\n"
         "\n"
@@ -42,8 +42,7 @@ void printHelp(const char* self)
         self, RUN_DIR, PRODUCERS);
 }
 
-void produce(int id, const std::atomic<bool>& stop, std::atomic<uint64_t>& records)
-{
+void produce(int id, const std::atomic<bool>& stop, std::atomic<uint64_t>& records) {
     auto* log = zlog::ZLogClient::get();
     qxutil::DualBuffWriter bus(zlog::ZLOG_BUS_CHANNEL);
     for (int n = 0; !stop.load(); ++n) {
@@ -58,8 +57,7 @@ void produce(int id, const std::atomic<bool>& stop, std::atomic<uint64_t>& recor
     }
 }
 
-void listFiles(const fs::path& dir)
-{
+void listFiles(const fs::path& dir) {
     std::vector<fs::path> files;
     for (const auto& entry : fs::directory_iterator(dir)) {
         files.push_back(entry.path());
@@ -73,8 +71,7 @@ void listFiles(const fs::path& dir)
 
 }  // namespace
 
-int main(int argc, char** argv)
-{
+int main(int argc, char** argv) {
     double seconds = 2.0;
     for (int i = 1; i < argc; ++i) {
         if (!strcmp(argv[i], "--help") || !strcmp(argv[i], "-h")) {

@@ -1,3 +1,4 @@
+-- SPDX-License-Identifier: Apache-2.0
 -- SRCI telegram dissector for the pcapng traces of `pnio-sim --trace`.
 --
 -- Decodes both cyclic telegrams of the SRCI wire protocol: the PLC's telegram (header, FastStop,

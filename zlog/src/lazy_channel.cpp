@@ -1,9 +1,9 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "lazy_channel.h"
 
 namespace zlog::detail {
 
-qxutil::DualBuffWriter& LazyChannel::writer()
-{
+qxutil::DualBuffWriter& LazyChannel::writer() {
     qxutil::DualBuffWriter* w = current_.load(std::memory_order_acquire);
     if (w) {
         return *w;
@@ -18,8 +18,7 @@ qxutil::DualBuffWriter& LazyChannel::writer()
     return *w;
 }
 
-void LazyChannel::reopen()
-{
+void LazyChannel::reopen() {
     std::lock_guard<std::mutex> lock(attachMutex_);
     current_.store(nullptr, std::memory_order_release);
 }

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A channel writer that is attached on first use, so that merely linking the log client
 // creates no shared memory, and a process picks up the shm scope in force when it logs.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include <sys/types.h>
 #include <unistd.h>
 
@@ -12,22 +13,19 @@ namespace {
 
 bool fileExists(const std::string& path) { return access(path.c_str(), F_OK) == 0; }
 
-std::string generationName(const std::string& base, int generation)
-{
+std::string generationName(const std::string& base, int generation) {
     return generation < 0 ? base : base + "." + std::to_string(generation);
 }
 
 }  // namespace
 
 LogFile::LogFile(const char* path, size_t maxSize, uint8_t rotateCount)
-    : rotate_cnt_(rotateCount), name_(path ? path : ""), max_size_(maxSize)
-{
+    : rotate_cnt_(rotateCount), name_(path ? path : ""), max_size_(maxSize) {
     cur_fd = name_.empty() ? nullptr : fopen(name_.c_str(), "a+");
     enable_ = cur_fd != nullptr;
 }
 
-LogFile::~LogFile()
-{
+LogFile::~LogFile() {
     enable_ = false;
     if (cur_fd) {
         sync_to_disk(cur_fd);
@@ -36,8 +34,7 @@ LogFile::~LogFile()
     }
 }
 
-int LogFile::write(const char* data, size_t size)
-{
+int LogFile::write(const char* data, size_t size) {
     if (!enable_ || !cur_fd) {
         return -1;
     }
@@ -68,8 +65,7 @@ int LogFile::write(const char* data, size_t size)
     return sync_to_disk(cur_fd);
 }
 
-int LogFile::rotate()
-{
+int LogFile::rotate() {
     if (!enable_ || !cur_fd) {
         return -1;
     }
@@ -94,8 +90,7 @@ int LogFile::rotate()
     return enable_ ? 0 : -1;
 }
 
-int LogFile::sync_to_disk(FILE* f)
-{
+int LogFile::sync_to_disk(FILE* f) {
     FILE* stream = f ? f : cur_fd;
     if (!stream) {
         return -1;

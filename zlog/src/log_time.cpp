@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include <time.h>
 
 #include <string>
@@ -6,8 +7,7 @@
 
 namespace zlog {
 
-std::string get_time()
-{
+std::string get_time() {
     char buf[32] = {};
     time_t now = time(nullptr);
     struct tm local {};

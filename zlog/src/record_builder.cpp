@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "record_builder.h"
 
 #include <cstdio>
@@ -14,14 +15,12 @@ size_t boundedLength(const char* s, size_t max) { return s ? strnlen(s, max) : 0
 
 }  // namespace
 
-char levelLetter(int level)
-{
+char levelLetter(int level) {
     static constexpr char letters[] = {'E', 'W', 'I', 'D', 'T'};
     return level >= 0 && level < static_cast<int>(sizeof letters) ? letters[level] : '?';
 }
 
-void RecordBuilder::putText(const char* s, size_t n)
-{
+void RecordBuilder::putText(const char* s, size_t n) {
     size_t room = CONTENT_MAX - len_;
     if (n > room) {
         n = room;
@@ -33,16 +32,14 @@ void RecordBuilder::putText(const char* s, size_t n)
 
 void RecordBuilder::putChar(char c) { putText(&c, 1); }
 
-void RecordBuilder::putNumber(long value)
-{
+void RecordBuilder::putNumber(long value) {
     char digits[24];
     int n = snprintf(digits, sizeof digits, "%ld", value);
     putText(digits, static_cast<size_t>(n));
 }
 
 // Local time costs a timezone conversion; it is redone only when the second changes.
-void RecordBuilder::putClock()
-{
+void RecordBuilder::putClock() {
     timespec now{};
     clock_gettime(CLOCK_REALTIME, &now);
     if (now.tv_sec != cachedSecond_) {
@@ -58,8 +55,7 @@ void RecordBuilder::putClock()
     putText(frac, sizeof frac);
 }
 
-void RecordBuilder::begin(int level, const char* tag, const char* func, int line)
-{
+void RecordBuilder::begin(int level, const char* tag, const char* func, int line) {
     len_ = 0;
     truncated_ = false;
     putClock();
@@ -78,8 +74,7 @@ void RecordBuilder::begin(int level, const char* tag, const char* func, int line
 
 void RecordBuilder::append(const char* text, size_t len) { putText(text, len); }
 
-void RecordBuilder::appendFormatted(const char* fmt, va_list ap)
-{
+void RecordBuilder::appendFormatted(const char* fmt, va_list ap) {
     if (!fmt) {
         return;
     }
@@ -97,8 +92,7 @@ void RecordBuilder::appendFormatted(const char* fmt, va_list ap)
     }
 }
 
-std::string_view RecordBuilder::finish()
-{
+std::string_view RecordBuilder::finish() {
     if (truncated_) {
         std::memcpy(buf_ + len_, TRUNCATION_MARK, sizeof TRUNCATION_MARK - 1);
         len_ += sizeof TRUNCATION_MARK - 1;

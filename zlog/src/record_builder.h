@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Formats one log record into a fixed buffer: no allocation, no locks.
 #pragma once
 

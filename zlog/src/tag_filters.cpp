@@ -1,11 +1,11 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "tag_filters.h"
 
 #include <cstring>
 
 namespace zlog::detail {
 
-const TagFilters::Entry* TagFilters::find(const char* tag) const
-{
+const TagFilters::Entry* TagFilters::find(const char* tag) const {
     size_t n = count_.load(std::memory_order_acquire);
     for (size_t i = 0; i < n; ++i) {
         if (std::strcmp(entries_[i].tag, tag) == 0) {
@@ -15,8 +15,7 @@ const TagFilters::Entry* TagFilters::find(const char* tag) const
     return nullptr;
 }
 
-bool TagFilters::set(const char* tag, int level, bool enable)
-{
+bool TagFilters::set(const char* tag, int level, bool enable) {
     if (!tag || strnlen(tag, MAX_TAG_LEN + 1) > MAX_TAG_LEN) {
         return false;
     }
@@ -40,8 +39,7 @@ bool TagFilters::set(const char* tag, int level, bool enable)
     return true;
 }
 
-bool TagFilters::allows(const char* tag, int level) const
-{
+bool TagFilters::allows(const char* tag, int level) const {
     if (!tag || enabledCount_.load(std::memory_order_relaxed) == 0) {
         return true;
     }

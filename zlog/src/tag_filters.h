@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Per-tag level filters, read on every log call without taking a lock.
 #pragma once
 

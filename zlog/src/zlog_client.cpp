@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "zlog/zlog_client.h"
 
 #include <atomic>
@@ -12,8 +13,7 @@
 namespace zlog {
 namespace {
 
-detail::RecordBuilder& threadRecord()
-{
+detail::RecordBuilder& threadRecord() {
     thread_local detail::RecordBuilder record;
     return record;
 }
@@ -28,14 +28,12 @@ struct ZLogClient::Impl {
     detail::LazyChannel sysChannel{ZLOG_SYS_CHANNEL};
     detail::LazyChannel errChannel{ZLOG_ERR_CHANNEL};
 
-    bool passes(int level, const char* tag) const
-    {
+    bool passes(int level, const char* tag) const {
         return level >= ZLogLvError && level <= levelFilter.load(std::memory_order_relaxed) &&
                tagFilters.allows(tag, level);
     }
 
-    void emit(int level, std::string_view record)
-    {
+    void emit(int level, std::string_view record) {
         bool refused = sysChannel.writer().write(record.data(), record.size()) != 0;
         if (level == ZLogLvError) {
             refused = errChannel.writer().write(record.data(), record.size()) != 0 || refused;
@@ -55,8 +53,7 @@ struct ZLogClient::Impl {
 };
 
 // Never destroyed: detached threads may log while the process exits.
-ZLogClient* ZLogClient::get()
-{
+ZLogClient* ZLogClient::get() {
     static ZLogClient* instance = new ZLogClient();
     return instance;
 }
@@ -65,8 +62,7 @@ ZLogClient::ZLogClient() : impl_(new Impl) {}
 
 ZLogClient::~ZLogClient() { delete impl_; }
 
-void ZLogClient::do_log(int level, const char* tag, const char* func, int line, const std::string& text)
-{
+void ZLogClient::do_log(int level, const char* tag, const char* func, int line, const std::string& text) {
     if (!impl_->passes(level, tag)) {
         return;
     }
@@ -76,8 +72,7 @@ void ZLogClient::do_log(int level, const char* tag, const char* func, int line, 
     impl_->emit(level, record.finish());
 }
 
-void ZLogClient::do_log(int level, const char* tag, const char* func, int line, const char* fmt, ...)
-{
+void ZLogClient::do_log(int level, const char* tag, const char* func, int line, const char* fmt, ...) {
     if (!impl_->passes(level, tag)) {
         return;
     }
@@ -98,12 +93,13 @@ void ZLogClient::set_lv_filter(int level) { impl_->levelFilter.store(level, std:
 
 int ZLogClient::lv_filter() const { return impl_->levelFilter.load(std::memory_order_relaxed); }
 
-void ZLogClient::set_tag_lv_filter(const char* tag, int level, bool enable) { impl_->tagFilters.set(tag, level, enable); }
+void ZLogClient::set_tag_lv_filter(const char* tag, int level, bool enable) {
+    impl_->tagFilters.set(tag, level, enable);
+}
 
 uint64_t ZLogClient::dropped() const { return impl_->dropped.load(std::memory_order_relaxed); }
 
-void ZLogClient::reopen_channels()
-{
+void ZLogClient::reopen_channels() {
     impl_->sysChannel.reopen();
     impl_->errChannel.reopen();
 }

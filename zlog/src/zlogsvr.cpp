@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "zlog/zlogsvr.h"
 
 #include <cstdio>
@@ -12,8 +13,7 @@ namespace zlog {
 namespace {
 
 // Quoted for the shell so that a directory with blanks or quotes is still one argument.
-std::string shellQuoted(const std::string& s)
-{
+std::string shellQuoted(const std::string& s) {
     std::string out = "'";
     for (char c : s) {
         if (c == '\'') {
@@ -28,8 +28,7 @@ std::string shellQuoted(const std::string& s)
 
 const char* orEmpty(const char* s) { return s ? s : ""; }
 
-void sendBanner(const char* channel, const char* format)
-{
+void sendBanner(const char* channel, const char* format) {
     char text[1024] = {};
     int n = snprintf(text, sizeof text, format, get_time().c_str());
     if (n <= 0) {
@@ -48,23 +47,19 @@ public:
         : err_(std::make_shared<qxutil::DualBuffReader>(errName)),
           sys_(std::make_shared<qxutil::DualBuffReader>(sysName)),
           bus_(std::make_shared<qxutil::DualBuffReader>(busName)),
-          buffer_(std::make_unique<char[]>(qxutil::DUAL_BUFF_MAX_SIZE))
-    {
-    }
+          buffer_(std::make_unique<char[]>(qxutil::DUAL_BUFF_MAX_SIZE)) {}
 
     // Error records written before the server existed (static initialisation of this process,
     // or a previous run) are held back so the start banner stays the first line of the file;
     // they follow it on the first drain.
-    void holdPendingErrors()
-    {
+    void holdPendingErrors() {
         std::lock_guard<std::mutex> lock(mutex_);
         for (int n; (n = err_->read(buffer_.get())) > 0;) {
             held_.append(buffer_.get(), static_cast<size_t>(n));
         }
     }
 
-    void drainAll(LogFile& errFile, LogFile& sysFile, LogFile& busFile)
-    {
+    void drainAll(LogFile& errFile, LogFile& sysFile, LogFile& busFile) {
         std::lock_guard<std::mutex> lock(mutex_);
         drainOne(*err_, errFile);
         if (!held_.empty()) {
@@ -79,8 +74,7 @@ public:
 private:
     // One buffer serves the three channels in turn: each block is written out before the
     // next read. It lives on the heap; a log thread's stack is no place for a megabyte.
-    void drainOne(qxutil::DualBuffReader& reader, LogFile& file)
-    {
+    void drainOne(qxutil::DualBuffReader& reader, LogFile& file) {
         int n = reader.read(buffer_.get());
         if (n > 0) {
             file.write(buffer_.get(), static_cast<size_t>(n));
@@ -95,8 +89,7 @@ private:
     std::mutex mutex_;  // update() from the log thread and from the destructor
 };
 
-ZLogSvr::ZLogSvr(const char* errName, const char* sysName, const char* busName, const char* dir)
-{
+ZLogSvr::ZLogSvr(const char* errName, const char* sysName, const char* busName, const char* dir) {
     errName = orEmpty(errName);
     sysName = orEmpty(sysName);
     busName = orEmpty(busName);
@@ -115,8 +108,7 @@ ZLogSvr::ZLogSvr(const char* errName, const char* sysName, const char* busName, 
     efile_name_ = errName;
 }
 
-ZLogSvr::~ZLogSvr()
-{
+ZLogSvr::~ZLogSvr() {
     sendBanner(efile_name_.c_str(), "******** Log end (%s) ********\n");
     update();
 }

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Named shared-memory double buffer: many writers (threads or processes), one drainer.
 //
 // A channel is a POSIX shared-memory segment of DUAL_SHM_SIZE bytes, created by whichever

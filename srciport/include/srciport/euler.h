@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The one orientation convention of the port.
 //
 // A pose is six doubles x, y, z (mm), rx, ry, rz (deg). The angles are EXTRINSIC rotations

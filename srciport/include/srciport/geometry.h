@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Small fixed-size 3-D geometry used by the kinematics and the motion planner.
 // Lengths in millimetres; angles inside this header are radians unless a name says deg.
 #pragma once

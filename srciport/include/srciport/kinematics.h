@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Kinematics of a six-axis arm with a spherical wrist.
 //
 // Denavit-Hartenberg convention: STANDARD (distal) DH. Row i of the table is
@@ -35,11 +36,11 @@ using Joints = std::array<double, 6>;
 // Kinematic result codes; 0 is success. The values are the controller's own codes.
 enum KineCode : int32_t {
     kKineOk = 0,
-    kKineSingular = 0xF0017,      // wrist or shoulder singularity: no unique solution
-    kKineUnreachable = 0xF0018,   // pose outside the workspace
-    kKineJointRange = 0xF0011,    // a solution exists but not within the joint limits
-    kKineBadTable = 0xF0020,      // DH table without the required structure
-    kKineBadInput = 0xF0021,      // not a finite number
+    kKineSingular = 0xF0017,     // wrist or shoulder singularity: no unique solution
+    kKineUnreachable = 0xF0018,  // pose outside the workspace
+    kKineJointRange = 0xF0011,   // a solution exists but not within the joint limits
+    kKineBadTable = 0xF0020,     // DH table without the required structure
+    kKineBadInput = 0xF0021,     // not a finite number
 };
 
 struct DhRow {

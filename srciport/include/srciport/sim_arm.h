@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The simulated six-axis arm behind the controller port.
 //
 // One process-wide instance. SrciPortStat::init / SrciPortCmd::init start it on its own

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Controller command and status port.
 //
 // The adapter reaches the robot controller only through these two classes: SrciPortStat is a
@@ -59,7 +60,7 @@ public:
     int32_t ra_enable_stat = 0;
     double act_jpos[SRCIPORT_JOINT_NUM] = {};
     double target_jpos[SRCIPORT_JOINT_NUM] = {};
-    double ra_dh_param[SRCIPORT_JOINT_NUM][4] = {};  // per joint: alpha(deg), a(mm), d(mm), theta offset(deg)
+    double ra_dh_param[SRCIPORT_JOINT_NUM][4] = {};   // per joint: alpha(deg), a(mm), d(mm), theta offset(deg)
     double soft_limits[2 * SRCIPORT_JOINT_NUM] = {};  // (min, max) per joint, joint 1 first
     double hard_limits[2 * SRCIPORT_JOINT_NUM] = {};
     uint8_t ra_operation_mode = 0;

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The SRCI interpreter's interface toward the robot adapter.
 //
 // The adapter calls srl_interpreter once per cycle with the PLC's 256-byte telegram and gets the
@@ -25,9 +26,8 @@ inline constexpr int SRL_TELEGRAM_SIZE = 256;
 inline constexpr int SRL_CMD_ID_OFFSET = 255;
 
 using srl_handler_fn = void (*)(unsigned char* in, unsigned char* out, int* err);
-using srl_enable_param_fn = void (*)(bool newCmd, LRob_typeServerCmdEnableRobot* cmd,
-                                     LRob_typeSystemState* state, unsigned short secondFlag,
-                                     unsigned short* result);
+using srl_enable_param_fn = void (*)(bool newCmd, LRob_typeServerCmdEnableRobot* cmd, LRob_typeSystemState* state,
+                                     unsigned short secondFlag, unsigned short* result);
 
 // ---- the cycle
 void srl_interpreter(unsigned char* recv, unsigned char* send);

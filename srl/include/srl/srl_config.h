@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Library options of the SRCI interpreter that the adapter does not need to touch.
 //
 // Everything here has a sensible default; tests, the fuzzer and integrators with unusual PLC

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Host-order records exchanged between the SRCI interpreter and the command handlers.
 //
 // Every record is packed (no padding); field names and sizes are the interpreter's interface
@@ -88,16 +89,14 @@ struct LRob_typeServerRobotCartesianPosition {
     LRob_typeServerRobotExtendedCartesianPosition ExtendedPosition;
 };
 struct LRob_typeServerRobotJogControl {
-    uint8_t X_J1_Pos : 1, Y_J2_Pos : 1, Z_J3_Pos : 1, RX_J4_Pos : 1, RY_J5_Pos : 1, RZ_J6_Pos : 1,
-        X_J1_Neg : 1, Y_J2_Neg : 1;
-    uint8_t Z_J3_Neg : 1, RX_J4_Neg : 1, RY_J5_Neg : 1, RZ_J6_Neg : 1, E1_Pos : 1, E2_Pos : 1,
-        E3_Pos : 1, E4_Pos : 1;
-    uint8_t E5_Pos : 1, E6_Pos : 1, E1_Neg : 1, E2_Neg : 1, E3_Neg : 1, E4_Neg : 1, E5_Neg : 1,
-        E6_Neg : 1;
+    uint8_t X_J1_Pos : 1, Y_J2_Pos : 1, Z_J3_Pos : 1, RX_J4_Pos : 1, RY_J5_Pos : 1, RZ_J6_Pos : 1, X_J1_Neg : 1,
+        Y_J2_Neg : 1;
+    uint8_t Z_J3_Neg : 1, RX_J4_Neg : 1, RY_J5_Neg : 1, RZ_J6_Neg : 1, E1_Pos : 1, E2_Pos : 1, E3_Pos : 1, E4_Pos : 1;
+    uint8_t E5_Pos : 1, E6_Pos : 1, E1_Neg : 1, E2_Neg : 1, E3_Neg : 1, E4_Neg : 1, E5_Neg : 1, E6_Neg : 1;
 };
 struct LRob_typeServerSyncEnable {
-    uint8_t Tool : 1, Frame : 1, Load : 1, WorkArea : 1, SwLimits : 1, DefaultDynamic : 1,
-        ReferenceDynamic : 1, Spare_0_7 : 1;
+    uint8_t Tool : 1, Frame : 1, Load : 1, WorkArea : 1, SwLimits : 1, DefaultDynamic : 1, ReferenceDynamic : 1,
+        Spare_0_7 : 1;
     uint8_t Spare_1;
 };
 
@@ -376,8 +375,7 @@ struct LRob_typeServerAxesGroupOptionalCyclicServerClientCartesianPos_Data {
 struct LRob_typeServerCmdExchangeConfiguration {
     LRob_typeServerCmdHeader Header;
     USInt LogLevel;
-    uint8_t WaitAtBlendingZone : 1, Enable : 1, AllowSecondaryWhileCSP : 1, AllowDynamicBlending : 1,
-        Reserved_0 : 4;
+    uint8_t WaitAtBlendingZone : 1, Enable : 1, AllowSecondaryWhileCSP : 1, AllowDynamicBlending : 1, Reserved_0 : 4;
     UInt DelayTime;
     UInt WaitForNrOfCmd;
     UInt LifeSignTimeOut;
@@ -388,9 +386,8 @@ struct LRob_typeServerCmdExchangeConfiguration {
     LRob_typeServerSyncEnable SyncEnable;
 };
 struct LRob_typeServerRspExchangeConfigurationState {
-    uint8_t brakeTestRequired : 1, stepModeExactStopActive : 1, stepModeBlendingActive : 1,
-        pathAccuracyMode : 1, avoidSingularity : 1, collisionDetectionEnabled : 1,
-        acceleratingSupported : 1, decceleratingSupported : 1;
+    uint8_t brakeTestRequired : 1, stepModeExactStopActive : 1, stepModeBlendingActive : 1, pathAccuracyMode : 1,
+        avoidSingularity : 1, collisionDetectionEnabled : 1, acceleratingSupported : 1, decceleratingSupported : 1;
     uint8_t constantVelocitySupported : 1, Reserved : 7;
 };
 struct LRob_typeServerRspExchangeConfiguration {
@@ -647,9 +644,9 @@ struct LRob_typeServerAxesGroupParameterServer {
     USInt UbTool, UbFrame, UbLoad, UbWorkarea, WorkingHours;
 };
 struct LRob_typeServerConfigOptionalCyclicFlags {
-    uint16_t SubProgramData : 1, CartesianPosition : 1, JointPosition : 1, Force : 1, Current : 1,
-        Bit5 : 1, Bit6 : 1, Bit7 : 1, TwoSequences : 1, CartesianPositionExt : 1,
-        JointPositionExt : 1, ForceExt : 1, CurrentExt : 1, Bit13 : 1, Bit14 : 1, Bit15 : 1;
+    uint16_t SubProgramData : 1, CartesianPosition : 1, JointPosition : 1, Force : 1, Current : 1, Bit5 : 1, Bit6 : 1,
+        Bit7 : 1, TwoSequences : 1, CartesianPositionExt : 1, JointPositionExt : 1, ForceExt : 1, CurrentExt : 1,
+        Bit13 : 1, Bit14 : 1, Bit15 : 1;
 };
 struct LRob_typeServerConfigOptionalCyclic {
     LRob_typeServerConfigOptionalCyclicFlags ClientServer;

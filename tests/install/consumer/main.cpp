@@ -1,9 +1,10 @@
+// SPDX-License-Identifier: Apache-2.0
 // Uses one public entry of each installed library; prints what it got.
 #include <cstdio>
 
+#include "srci_plc/error_names.hpp"
 #include "srciport/euler.h"
 #include "srl/srl_api.h"
-#include "srci_plc/error_names.hpp"
 
 int main() {
     const double pose[6] = {100, 0, 0, 0, 0, 90};

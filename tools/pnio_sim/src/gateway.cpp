@@ -1,14 +1,15 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "pnio_sim/gateway.hpp"
 
 #include <arpa/inet.h>
-#include <cerrno>
-#include <cstring>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <poll.h>
-#include <stdexcept>
 #include <sys/socket.h>
 #include <unistd.h>
+#include <cerrno>
+#include <cstring>
+#include <stdexcept>
 
 namespace pnio_sim {
 
@@ -63,8 +64,8 @@ void Gateway::run(const volatile std::sig_atomic_t& stop, const Tick& tick) {
     while (!stop) {
         int timeout_ms = 100;
         if (client_fd_ >= 0 && filled_ > 0) {
-            const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(partial_since_ + kPartialTimeout -
-                                                                                     Clock::now());
+            const auto left =
+                std::chrono::duration_cast<std::chrono::milliseconds>(partial_since_ + kPartialTimeout - Clock::now());
             timeout_ms = static_cast<int>(std::max<long long>(0, std::min<long long>(timeout_ms, left.count())));
         }
         pollfd fds[2] = {{listen_fd_, POLLIN, 0}, {client_fd_, POLLIN, 0}};

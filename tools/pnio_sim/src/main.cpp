@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // pnio-sim: stands in for the PROFINET I/O manager. It owns the shared process
 // image and bridges one PLC client on TCP to its SRCI areas.
 #include <unistd.h>
@@ -70,7 +71,9 @@ int parse(int argc, char** argv, Options& o) {
     app.footer(kFooter);
     app.set_version_flag("--version", std::string("pnio-sim ") + SRCI_VERSION);
     app.add_option("--bind", o.bind, "IPv4 address to listen on")->capture_default_str();
-    app.add_option("--port", o.port, "TCP port (0 picks a free port)")->check(CLI::Range(0, 65535))->capture_default_str();
+    app.add_option("--port", o.port, "TCP port (0 picks a free port)")
+        ->check(CLI::Range(0, 65535))
+        ->capture_default_str();
     app.add_flag("!--no-status", o.status, "no once-a-second status line");
     app.add_option("--group", o.group, "give this group read/write access to segment and semaphore (0660)");
     app.add_option("--trace", o.trace,
@@ -109,9 +112,10 @@ public:
         const uint64_t rate = s.telegrams - last_;
         last_ = s.telegrams;
         char line[160];
-        std::snprintf(line, sizeof line, "pnio-sim: %-12s %5llu tel/s  PLC lifesign %2u  robot lifesign %2u  clients %u",
-                      s.connected ? "connected" : "disconnected", static_cast<unsigned long long>(rate),
-                      s.plc_lifesign, s.robot_lifesign, s.clients);
+        std::snprintf(line, sizeof line,
+                      "pnio-sim: %-12s %5llu tel/s  PLC lifesign %2u  robot lifesign %2u  clients %u",
+                      s.connected ? "connected" : "disconnected", static_cast<unsigned long long>(rate), s.plc_lifesign,
+                      s.robot_lifesign, s.clients);
         if (tty_) std::printf("\r%s   ", line);
         else std::printf("%s\n", line);
         std::fflush(stdout);
@@ -156,7 +160,8 @@ int main(int argc, char** argv) {
             std::fflush(stdout);
             std::unique_ptr<pnio_sim::TraceRecorder> trace;
             if (!opt.trace.empty()) {
-                trace = std::make_unique<pnio_sim::TraceRecorder>(opt.trace, uint64_t(opt.trace_max_mb) << 20, log_line);
+                trace =
+                    std::make_unique<pnio_sim::TraceRecorder>(opt.trace, uint64_t(opt.trace_max_mb) << 20, log_line);
                 gateway.add_tap(trace.get());
                 log_line("recording every telegram to " + opt.trace);
             }

@@ -1,10 +1,11 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "pnio_sim/process_image.hpp"
 
-#include <cerrno>
-#include <cstring>
 #include <sys/ipc.h>
 #include <sys/sem.h>
 #include <sys/shm.h>
+#include <cerrno>
+#include <cstring>
 
 namespace pnio_sim {
 
@@ -47,9 +48,9 @@ int open_segment(int key, int mode, const ProcessImage::Log& log, int& attached_
     if (shmctl(old, IPC_STAT, &ds) != 0) throw ImageError(errno_text("shmctl(IPC_STAT)"));
     // A gateway keeps two attachments; the adapter adds one. Two or more mean a gateway runs.
     if (ds.shm_nattch >= 2) {
-        throw ImageError("shared memory key " + std::to_string(key) + " is in use: " +
-                         std::to_string(ds.shm_nattch) + " attachment(s), last by pid " +
-                         std::to_string(ds.shm_lpid) + " - is another pnio-sim running?");
+        throw ImageError("shared memory key " + std::to_string(key) + " is in use: " + std::to_string(ds.shm_nattch) +
+                         " attachment(s), last by pid " + std::to_string(ds.shm_lpid) +
+                         " - is another pnio-sim running?");
     }
     if (ds.shm_segsz == kShmSize) {
         attached_before = static_cast<int>(ds.shm_nattch);
@@ -84,8 +85,7 @@ int open_semaphore(int key, int mode, bool keep_existing, const ProcessImage::Lo
             log("reusing the existing semaphore (key " + std::to_string(key) + ")");
             return old;
         }
-        if (old >= 0 && semctl(old, 0, IPC_RMID) == 0)
-            log("removed stale semaphore (key " + std::to_string(key) + ")");
+        if (old >= 0 && semctl(old, 0, IPC_RMID) == 0) log("removed stale semaphore (key " + std::to_string(key) + ")");
         id = semget(key, 1, IPC_CREAT | IPC_EXCL | mode);
     }
     if (id < 0) throw ImageError(errno_text("semget(create)"));

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "pnio_sim/trace_pcapng.hpp"
 
 #include "srci_plc/trace_format.hpp"
@@ -65,7 +66,7 @@ void append_interface(std::vector<uint8_t>& out) {
     put32(out, 0);  // no snap length limit
     static const char name[] = "srci-gateway";
     option(out, 2, name, sizeof name - 1);  // if_name
-    const uint8_t resolution = 6;          // microseconds
+    const uint8_t resolution = 6;           // microseconds
     option(out, 9, &resolution, 1);
     option(out, 0, nullptr, 0);
     close_block(out, start);

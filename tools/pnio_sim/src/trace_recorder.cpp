@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "pnio_sim/trace_recorder.hpp"
 
 #include <fcntl.h>
@@ -17,8 +18,7 @@ namespace fmt = srci_plc::trace_format;
 namespace {
 
 uint64_t micros(std::chrono::system_clock::time_point t) {
-    return static_cast<uint64_t>(
-        std::chrono::duration_cast<std::chrono::microseconds>(t.time_since_epoch()).count());
+    return static_cast<uint64_t>(std::chrono::duration_cast<std::chrono::microseconds>(t.time_since_epoch()).count());
 }
 
 constexpr auto kWriteInterval = std::chrono::milliseconds(250);
@@ -28,8 +28,7 @@ constexpr auto kWriteInterval = std::chrono::milliseconds(250);
 std::string TraceRecorder::rotated_path(const std::string& path) {
     const size_t slash = path.find_last_of('/');
     const size_t dot = path.find_last_of('.');
-    if (dot == std::string::npos || (slash != std::string::npos && dot < slash) || dot == slash + 1)
-        return path + ".1";
+    if (dot == std::string::npos || (slash != std::string::npos && dot < slash) || dot == slash + 1) return path + ".1";
     return path.substr(0, dot) + ".1" + path.substr(dot);
 }
 
@@ -113,8 +112,10 @@ void TraceRecorder::write_batch(std::vector<Slot>& batch) {
     for (const Slot& s : batch) {
         const size_t before = out_.size();
         if (s.event == 0xFF) {
-            trace::append_udp_packet(out_, s.received_us, fmt::kPlcPort, fmt::kRobotPort, s.plc_to_robot, 256, ip_id_++);
-            trace::append_udp_packet(out_, s.answered_us, fmt::kRobotPort, fmt::kPlcPort, s.robot_to_plc, 256, ip_id_++);
+            trace::append_udp_packet(out_, s.received_us, fmt::kPlcPort, fmt::kRobotPort, s.plc_to_robot, 256,
+                                     ip_id_++);
+            trace::append_udp_packet(out_, s.answered_us, fmt::kRobotPort, fmt::kPlcPort, s.robot_to_plc, 256,
+                                     ip_id_++);
         } else {
             std::vector<uint8_t> payload{s.event};
             payload.insert(payload.end(), s.text.begin(), s.text.end());
@@ -136,7 +137,8 @@ void TraceRecorder::write_batch(std::vector<Slot>& batch) {
                 failed_ = true;
                 return;
             }
-            log_("trace: " + path_ + " reached " + std::to_string(max_bytes_ >> 20) + " MiB; previous part kept as " + older);
+            log_("trace: " + path_ + " reached " + std::to_string(max_bytes_ >> 20) + " MiB; previous part kept as " +
+                 older);
             out_ = std::move(tail);
         }
     }

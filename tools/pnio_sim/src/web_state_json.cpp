@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "pnio_sim/web_state_json.hpp"
 
 #include <cstdio>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The live view's page: follows /events (Server-Sent Events) and redraws what changed.
 'use strict';
 

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # Writes the page's files into a C++ source as string literals: cmake -DOUT=... -DDIR=... -P
 set(assets "/|index.html|text/html"
            "/app.js|app.js|text/javascript"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "cli_options.hpp"
 
 #include <CLI/CLI.hpp>
@@ -46,7 +47,8 @@ const char* kFooter =
 void add_global_options(CLI::App& app, GlobalOptions& o) {
     app.add_option("--host", o.host, "gateway address")->capture_default_str();
     app.add_option("--port", o.port, "gateway port")->check(CLI::Range(1, 65535))->capture_default_str();
-    app.add_option("--timeout", o.timeout_ms, "wait per command for its final answer [ms]; start-up steps wait at most 5000")
+    app.add_option("--timeout", o.timeout_ms,
+                   "wait per command for its final answer [ms]; start-up steps wait at most 5000")
         ->check(CLI::Range(1, 3600000))
         ->capture_default_str();
     app.add_option("--lifesign-timeout", o.lifesign_timeout_ms,
@@ -94,8 +96,7 @@ GlobalOptions parse_global_options(int argc, const char* const* argv) {
         else if (c.name == "trace") {
             sub->add_option("FILE", values, "pcapng file written by pnio-sim --trace")->required();
             sub->add_flag("--tool-frame-always", tool_frame_always, "ToolNo/FrameNo always sent by the PLC");
-        }
-        else sub->add_option("values", values, c.values.empty() ? "key=value ..." : c.values + " [key=value ...]");
+        } else sub->add_option("values", values, c.values.empty() ? "key=value ..." : c.values + " [key=value ...]");
         if (c.motion) sub->add_flag("--no-wait", no_wait, "return after the first answer");
     }
     std::string help_topic;

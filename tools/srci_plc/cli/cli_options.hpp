@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 // Command-line and script-line parsing of srci-plc.
 #include <cstdint>
@@ -25,7 +26,7 @@ struct GlobalOptions {
     bool force = false;
     bool no_cyclic = false;  // request no cyclic position data
     bool version_1_3 = false;
-    bool help = false;      // print help_text and exit 0 (--help, help, --version)
+    bool help = false;  // print help_text and exit 0 (--help, help, --version)
     std::string help_text;
     std::vector<std::string> command;  // sub-command and its words
 };

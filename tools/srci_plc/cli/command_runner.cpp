@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "command_runner.hpp"
 
 #include <chrono>
@@ -222,7 +223,8 @@ Outcome CommandRunner::run_status() {
     add("status", describe_status_word(decode_status_word(t.status)), FieldType::Chars);
     add("override", t.override_raw / 100.0, FieldType::Percent);
     if (t.cartesian) {
-        for (int i = 0; i < 6; ++i) add(kPoseFieldNames[i], static_cast<double>(t.cartesian->pose[static_cast<size_t>(i)]));
+        for (int i = 0; i < 6; ++i)
+            add(kPoseFieldNames[i], static_cast<double>(t.cartesian->pose[static_cast<size_t>(i)]));
         add("config", static_cast<double>(t.cartesian->config), FieldType::U8);
         add("tool", static_cast<double>(t.cartesian->used_tool_no), FieldType::U8);
         add("frame", static_cast<double>(t.cartesian->used_frame_no), FieldType::U8);

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 // Executes srci-plc commands (one CLI invocation or one script line) on a
 // connected client session.

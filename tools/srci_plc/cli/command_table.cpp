@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "command_table.hpp"
 
 #include <algorithm>
@@ -21,7 +22,9 @@ std::vector<CliCommand> build() {
     std::vector<CliCommand> c = {
         {"status", "", "telegram state, status word and position", "", {0}},
         {"reset", "", "GroupReset: acknowledge pending errors", "", {0}},
-        {"enable", "", "EnableRobot: power the arm and wait for Enabled",
+        {"enable",
+         "",
+         "EnableRobot: power the arm and wait for Enabled",
          "Keys: step_mode=N hold_to_run=0|1 manual_step=0|1.\n"
          "Stops waiting at the first error the robot reports and says why.",
          {0}},
@@ -29,7 +32,9 @@ std::vector<CliCommand> build() {
         {"move-axes", joints, "MoveAxesAbsolute to joint angles [deg]", kMotionKeys, {6}, true},
         {"move-linear", pose, "MoveLinearAbsolute to a pose [mm, deg]", kMotionKeys, {6}, true},
         {"move-direct", pose, "MoveDirectAbsolute to a pose [mm, deg]", kMotionKeys, {6}, true},
-        {"jog", "MODE AXIS", "GroupJog: MODE frame|tool|joint, AXIS x+ y- z+ rx- ry+ rz- j1+..j6- e1+..e6-",
+        {"jog",
+         "MODE AXIS",
+         "GroupJog: MODE frame|tool|joint, AXIS x+ y- z+ rx- ry+ rz- j1+..j6- e1+..e6-",
          "Keys: inc=MM rot=DEG (>= 0; > 0 moves one increment and waits for DistanceReached,\n"
          "0 or absent jogs continuously for duration=MS, default 1000) override=PCT (0..100,\n"
          "default 5) tool=N frame=N.",
@@ -40,37 +45,55 @@ std::vector<CliCommand> build() {
         {"override", "PCT", "ChangeSpeedOverride: 0..100 percent", "", {1}},
         {"read-position", "", "ReadActualPosition", "Keys: tool=N frame=N (255 = current, the default).", {0}},
         {"read-tool", "TOOL", "ReadToolData", "", {1}},
-        {"write-tool", "TOOL " + pose, "WriteToolData: TCP relative to the flange",
-         "Keys: id=N load=N external=0|1.", {7}},
+        {"write-tool",
+         "TOOL " + pose,
+         "WriteToolData: TCP relative to the flange",
+         "Keys: id=N load=N external=0|1.",
+         {7}},
         {"read-frame", "FRAME", "ReadFrameData", "", {1}},
         {"write-frame", "FRAME " + pose, "WriteFrameData: user frame", "Keys: reference=N.", {7}},
         {"read-load", "LOAD", "ReadLoadData", "", {1}},
-        {"write-load", "LOAD MASS [X Y Z]", "WriteLoadData: mass [kg] and centre of mass [mm]",
-         "Keys: rx= ry= rz= ix= iy= iz=.", {2, 5}},
+        {"write-load",
+         "LOAD MASS [X Y Z]",
+         "WriteLoadData: mass [kg] and centre of mass [mm]",
+         "Keys: rx= ry= rz= ix= iy= iz=.",
+         {2, 5}},
         {"read-dynamics", "", "ReadRobotReferenceDynamics", "", {0}},
         {"write-dynamics", "VEL ACC [DEC JERK]", "WriteRobotReferenceDynamics", "", {2, 4}},
         {"read-default-dynamics", "", "ReadRobotDefaultDynamics", "", {0}},
         {"write-default-dynamics", "VEL% ACC% [DEC% JERK%]", "WriteRobotDefaultDynamics", "", {2, 4}},
         {"read-limits", "", "ReadRobotSWLimits", "", {0}},
-        {"write-limits", "", "WriteRobotSWLimits",
-         "Keys: min_j1= .. min_j6= max_j1= .. max_j6= [min_e1= max_e1= ...].", {0}},
+        {"write-limits",
+         "",
+         "WriteRobotSWLimits",
+         "Keys: min_j1= .. min_j6= max_j1= .. max_j6= [min_e1= max_e1= ...].",
+         {0}},
         {"read-workarea", "AREA", "ReadWorkArea", "", {1}},
-        {"write-workarea", "AREA", "WriteWorkArea",
-         "Keys: type= x1= x2= y1= y2= z1= z2= radius= frame= reaction= ...", {1}},
+        {"write-workarea",
+         "AREA",
+         "WriteWorkArea",
+         "Keys: type= x1= x2= y1= y2= z1= z2= radius= frame= reaction= ...",
+         {1}},
         {"fk", joints, "CalculateForwardKinematic", "Keys: tool=N frame=N.", {6}},
         {"ik", pose, "CalculateInverseKinematic", "Keys: config=BITS tool=N frame=N.", {6}},
         {"read-robot-data", "", "ReadRobotData", "", {0}},
-        {"exchange-config", "", "update of the running ExchangeConfiguration",
+        {"exchange-config",
+         "",
+         "update of the running ExchangeConfiguration",
          "Keys: log_level wait_at_blending allow_sec_seq allow_dynamic_blending delay_time\n"
          "wait_for_cmds lifesign_timeout sync_delay sync_reaction data_in_sync data_enable_sync.",
          {0}},
         {"sleep", "MS", "keep cycling for MS milliseconds", "", {1}},
         {"wait-done", "", "wait until no motion command is left", "", {0}},
-        {"run", "FILE", "execute FILE, one command per line",
+        {"run",
+         "FILE",
+         "execute FILE, one command per line",
          "'#' starts a comment, blank lines are ignored. The whole file is checked before\n"
          "connecting; execution stops at the first failing line.",
          {1}},
-        {"trace", "FILE", "print a pnio-sim --trace file, one line per event (no robot needed)",
+        {"trace",
+         "FILE",
+         "print a pnio-sim --trace file, one line per event (no robot needed)",
          "Connection changes, interface state, each command sent with its parameters, each state\n"
          "change of a command with its result, robot messages and damaged telegrams. With --json one\n"
          "object per event. --tool-frame-always: the PLC sent ToolNo/FrameNo (bytes 18-19) without\n"
@@ -78,7 +101,8 @@ std::vector<CliCommand> build() {
          {1}},
     };
     for (CliCommand& cmd : c)
-        if (cmd.name != "run" && cmd.name != "trace" && cmd.name != "sleep" && cmd.name != "status" && cmd.name != "wait-done")
+        if (cmd.name != "run" && cmd.name != "trace" && cmd.name != "sleep" && cmd.name != "status" &&
+            cmd.name != "wait-done")
             cmd.details += kCommon;
     return c;
 }

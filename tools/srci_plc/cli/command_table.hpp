@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 // The commands srci-plc offers on its command line and in scripts: their
 // values, help texts and how many values each accepts. Adding a command means
@@ -10,11 +11,11 @@ namespace srci_plc::cli {
 
 struct CliCommand {
     std::string name;
-    std::string values;        // positional values, e.g. "J1 J2 J3 J4 J5 J6"; [..] = optional group
-    std::string summary;       // one line for the command list
-    std::string details;       // keys and notes for `srci-plc help NAME`
+    std::string values;          // positional values, e.g. "J1 J2 J3 J4 J5 J6"; [..] = optional group
+    std::string summary;         // one line for the command list
+    std::string details;         // keys and notes for `srci-plc help NAME`
     std::vector<size_t> counts;  // accepted numbers of positional values
-    bool motion = false;       // takes --no-wait
+    bool motion = false;         // takes --no-wait
 };
 
 const std::vector<CliCommand>& cli_commands();

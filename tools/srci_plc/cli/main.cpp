@@ -1,9 +1,10 @@
+// SPDX-License-Identifier: Apache-2.0
 // srci-plc: a PLC stand-in that speaks SRCI to the robot through the raw
 // lockstep TCP gateway (pnio-sim).
+#include <unistd.h>
 #include <atomic>
 #include <csignal>
 #include <cstdio>
-#include <unistd.h>
 #include <fstream>
 #include <iostream>
 #include <memory>
@@ -12,9 +13,9 @@
 #include "cli_options.hpp"
 #include "command_runner.hpp"
 #include "result_printer.hpp"
-#include "trace_command.hpp"
 #include "srci_plc/client.hpp"
 #include "srci_plc/error_names.hpp"
+#include "trace_command.hpp"
 
 namespace {
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "result_printer.hpp"
 
 #include <cmath>
@@ -23,12 +24,15 @@ std::string text_value(const DecodedField& f) {
     const double v = std::get<double>(f.value);
     char buf[40];
     switch (f.type) {
-    case FieldType::F32: std::snprintf(buf, sizeof buf, "%.3f", v); return buf;
-    case FieldType::Percent:
-        if (v < 0) return "default";
-        std::snprintf(buf, sizeof buf, "%.2f%%", v);
-        return buf;
-    default: return number(v);
+        case FieldType::F32:
+            std::snprintf(buf, sizeof buf, "%.3f", v);
+            return buf;
+        case FieldType::Percent:
+            if (v < 0) return "default";
+            std::snprintf(buf, sizeof buf, "%.2f%%", v);
+            return buf;
+        default:
+            return number(v);
     }
 }
 
@@ -159,7 +163,8 @@ std::string format_progress(const AcrEntry& e, double elapsed_ms) {
     if (waiting_for_enable(e)) {
         line += ", not enabled yet";
         // The robot may never say why; the first line names the usual causes once.
-        if (elapsed_ms < 1500) line += " (if it stays so: emergency or protective stop on? error pending: `srci-plc reset`)";
+        if (elapsed_ms < 1500)
+            line += " (if it stays so: emergency or protective stop on? error pending: `srci-plc reset`)";
     }
     std::snprintf(buf, sizeof buf, " (%.0f s)", elapsed_ms / 1000.0);
     return line + buf;

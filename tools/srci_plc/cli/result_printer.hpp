@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 // One line per command: plain text for people, JSON for scripts.
 #include <string>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "trace_command.hpp"
 
 #include <cmath>
@@ -75,7 +76,8 @@ std::string number_text(const DecodedField& f) {
 }
 
 bool is_zero(const DecodedField& f) {
-    if (const auto* s = std::get_if<std::string>(&f.value)) return s->empty() || s->find_first_not_of("0 ") == std::string::npos;
+    if (const auto* s = std::get_if<std::string>(&f.value))
+        return s->empty() || s->find_first_not_of("0 ") == std::string::npos;
     return std::get<double>(f.value) == 0;
 }
 
@@ -94,27 +96,29 @@ std::string text_line(const TraceEvent& e, uint64_t start_us) {
                   trace_event_kind_name(e.kind));
     std::string line = head;
     switch (e.kind) {
-    case TraceEventKind::Command:
-    case TraceEventKind::Update:
-        line += "#" + std::to_string(e.cmd_id) + " " + command_name(e.cmd_type);
-        for (const auto& f : e.fields)
-            if (!is_zero(f)) line += " " + f.name + "=" + number_text(f);
-        break;
-    case TraceEventKind::Answer:
-        line += "#" + std::to_string(e.cmd_id) + " " + command_name(e.cmd_type) + " " + cmd_state_name(e.state);
-        if (e.code != 0 || e.severity != 0)
-            line += " " + code_text(e.code) + " severity " + std::to_string(e.severity) + " " + severity_name(e.severity);
-        for (const auto& f : e.fields)
-            if (!is_zero(f)) line += " " + f.name + "=" + number_text(f);
-        break;
-    case TraceEventKind::Message:
-        line += std::string(severity_name(e.severity)) + " " + code_text(e.code) + ": " + e.text;
-        break;
-    case TraceEventKind::Malformed:
-        line += e.text;
-        if (e.count > 1) line += " (" + std::to_string(e.count) + " telegrams in a row)";
-        break;
-    default: line += e.text;
+        case TraceEventKind::Command:
+        case TraceEventKind::Update:
+            line += "#" + std::to_string(e.cmd_id) + " " + command_name(e.cmd_type);
+            for (const auto& f : e.fields)
+                if (!is_zero(f)) line += " " + f.name + "=" + number_text(f);
+            break;
+        case TraceEventKind::Answer:
+            line += "#" + std::to_string(e.cmd_id) + " " + command_name(e.cmd_type) + " " + cmd_state_name(e.state);
+            if (e.code != 0 || e.severity != 0)
+                line += " " + code_text(e.code) + " severity " + std::to_string(e.severity) + " " +
+                        severity_name(e.severity);
+            for (const auto& f : e.fields)
+                if (!is_zero(f)) line += " " + f.name + "=" + number_text(f);
+            break;
+        case TraceEventKind::Message:
+            line += std::string(severity_name(e.severity)) + " " + code_text(e.code) + ": " + e.text;
+            break;
+        case TraceEventKind::Malformed:
+            line += e.text;
+            if (e.count > 1) line += " (" + std::to_string(e.count) + " telegrams in a row)";
+            break;
+        default:
+            line += e.text;
     }
     return line;
 }
@@ -125,8 +129,8 @@ std::string json_line(const TraceEvent& e, uint64_t start_us) {
                   static_cast<double>(e.time_us - start_us) / 1e6, static_cast<unsigned long long>(e.time_us),
                   trace_event_kind_name(e.kind));
     std::string line = head;
-    const bool about_command = e.kind == TraceEventKind::Command || e.kind == TraceEventKind::Update ||
-                               e.kind == TraceEventKind::Answer;
+    const bool about_command =
+        e.kind == TraceEventKind::Command || e.kind == TraceEventKind::Update || e.kind == TraceEventKind::Answer;
     if (about_command) {
         line += ",\"cmd_id\":" + std::to_string(e.cmd_id) + ",\"cmd_type\":" + std::to_string(e.cmd_type) +
                 ",\"command\":\"" + json_escape(command_name(e.cmd_type)) + "\"";
@@ -207,7 +211,8 @@ int run_trace_command(const std::vector<std::string>& args, bool json, std::ostr
     out.flush();
     if (!json)
         err << "srci-plc trace: " << decoder.telegrams() << " telegrams"
-            << (decoder.foreign_packets() ? ", " + std::to_string(decoder.foreign_packets()) + " other packets skipped" : "")
+            << (decoder.foreign_packets() ? ", " + std::to_string(decoder.foreign_packets()) + " other packets skipped"
+                                          : "")
             << "\n";
     return status;
 }

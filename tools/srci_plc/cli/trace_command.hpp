@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 // `srci-plc trace FILE [--json] [--tool-frame-always]`: prints a pnio-sim telegram trace as one
 // line per event. Kept apart from the option parser so any parser can hand it its words.

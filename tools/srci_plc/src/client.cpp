@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "srci_plc/client.hpp"
 
 #include <algorithm>
@@ -240,7 +241,8 @@ void Client::check_interrupt() const {
 bool Client::motion_pending() {
     bool busy = false;
     acr_.for_each_used([&](uint16_t, AcrEntry& e) {
-        busy = busy || (!e.release_pending && (e.def->kind == CommandKind::Motion || e.def->cmd_type == cmd_type::kGroupJog));
+        busy = busy ||
+               (!e.release_pending && (e.def->kind == CommandKind::Motion || e.def->cmd_type == cmd_type::kGroupJog));
     });
     return busy;
 }
@@ -285,11 +287,13 @@ CommandResult Client::wait(uint16_t cmd_id, WaitFor what, int timeout_ms, const 
         [what](const AcrEntry& e) {
             const bool final = cmd_state::is_final(e.last.state);
             switch (what) {
-            case WaitFor::Answer: return true;
-            case WaitFor::Final: return final;
-            case WaitFor::Enabled:
-                return final || enabled_flag(e) ||
-                       (e.def->cmd_type == cmd_type::kExchangeConfiguration && e.last.state == cmd_state::kActive);
+                case WaitFor::Answer:
+                    return true;
+                case WaitFor::Final:
+                    return final;
+                case WaitFor::Enabled:
+                    return final || enabled_flag(e) ||
+                           (e.def->cmd_type == cmd_type::kExchangeConfiguration && e.last.state == cmd_state::kActive);
             }
             return true;
         },
@@ -368,10 +372,10 @@ void Client::connect() {
                               std::to_string(opt_.step_timeout_ms) + " ms");
         }
         if (opt_.on_startup_wait && now >= next_report) {
-            opt_.on_startup_wait(silent ? std::string("waiting for the robot adapter (no lifesign yet)")
-                                        : "waiting for the robot to initialise (TelegramState " +
-                                              state_text(rx_.telegram_state) + ")",
-                                 static_cast<double>(now - start));
+            opt_.on_startup_wait(
+                silent ? std::string("waiting for the robot adapter (no lifesign yet)")
+                       : "waiting for the robot to initialise (TelegramState " + state_text(rx_.telegram_state) + ")",
+                static_cast<double>(now - start));
             next_report += 1000;
         }
     }
@@ -393,7 +397,8 @@ void Client::connect() {
         }
     };
 
-    read_messages_id_ = start_step(cmd_type::kReadMessages, {{"msg_id", 0}, {"enable", 1}, {"level", opt_.message_level}});
+    read_messages_id_ =
+        start_step(cmd_type::kReadMessages, {{"msg_id", 0}, {"enable", 1}, {"level", opt_.message_level}});
     const CommandResult rm = wait(read_messages_id_, WaitFor::Enabled, opt_.step_timeout_ms);
     require(rm, "ReadMessages");
     if (!rm.enabled) throw ClientError("start-up: ReadMessages did not report Enabled");

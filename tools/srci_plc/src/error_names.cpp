@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "srci_plc/error_names.hpp"
 
 #include <algorithm>
@@ -270,8 +271,7 @@ constexpr Explained kExplained[] = {
     {0x0043, "controller I/O failed", ""},
     {0x0044, "no inverse kinematic solution for this pose", "pose out of reach or in a singularity"},
     {0x0045, "forward kinematics failed", ""},
-    {0x0052, "target outside the software limits",
-     "compare the target with `srci-plc read-limits`"},
+    {0x0052, "target outside the software limits", "compare the target with `srci-plc read-limits`"},
     {0x0053, "joint turn number out of range", ""},
     {0x0055, "frame reference invalid", ""},
     {0x0056, "manipulation not possible", ""},

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "srci_plc/payload_layout.hpp"
 
 #include <chrono>
@@ -14,19 +15,23 @@ namespace {
 
 size_t field_width(const Field& f) {
     switch (f.type) {
-    case FieldType::U8:
-    case FieldType::I8:
-    case FieldType::Nibble:
-    case FieldType::Bit: return 1;
-    case FieldType::U16:
-    case FieldType::I16:
-    case FieldType::Percent:
-    case FieldType::Date: return 2;
-    case FieldType::U32:
-    case FieldType::F32:
-    case FieldType::TimeOfDay: return 4;
-    case FieldType::Chars:
-    case FieldType::Bytes: return f.arg;
+        case FieldType::U8:
+        case FieldType::I8:
+        case FieldType::Nibble:
+        case FieldType::Bit:
+            return 1;
+        case FieldType::U16:
+        case FieldType::I16:
+        case FieldType::Percent:
+        case FieldType::Date:
+            return 2;
+        case FieldType::U32:
+        case FieldType::F32:
+        case FieldType::TimeOfDay:
+            return 4;
+        case FieldType::Chars:
+        case FieldType::Bytes:
+            return f.arg;
     }
     return 0;
 }
@@ -48,74 +53,91 @@ long long checked_integer(const Field& f, double v, long long lo, long long hi) 
 
 void encode_one(const Field& f, double v, uint8_t* p) {
     switch (f.type) {
-    case FieldType::U8: *p = static_cast<uint8_t>(checked_integer(f, v, 0, 255)); break;
-    case FieldType::I8: *p = static_cast<uint8_t>(static_cast<int8_t>(checked_integer(f, v, -128, 127))); break;
-    case FieldType::U16:
-    case FieldType::Date: put_u16be(p, static_cast<uint16_t>(checked_integer(f, v, 0, 65535))); break;
-    case FieldType::I16:
-        put_u16be(p, static_cast<uint16_t>(static_cast<int16_t>(checked_integer(f, v, -32768, 32767))));
-        break;
-    case FieldType::U32:
-    case FieldType::TimeOfDay: put_u32be(p, static_cast<uint32_t>(checked_integer(f, v, 0, 0xFFFFFFFFLL))); break;
-    case FieldType::F32:
-        if (!std::isfinite(v) || std::fabs(v) > 3.4e38) out_of_range(f, v, "finite REAL");
-        put_f32be(p, static_cast<float>(v));
-        break;
-    case FieldType::Percent:
-        if (v == -1) {
-            put_u16be(p, 0xFFFF);
-        } else {
-            if (!std::isfinite(v) || v < 0 || v > 100) out_of_range(f, v, "0..100 %, or -1 for the default");
-            put_u16be(p, static_cast<uint16_t>(std::lround(v * 100)));
+        case FieldType::U8:
+            *p = static_cast<uint8_t>(checked_integer(f, v, 0, 255));
+            break;
+        case FieldType::I8:
+            *p = static_cast<uint8_t>(static_cast<int8_t>(checked_integer(f, v, -128, 127)));
+            break;
+        case FieldType::U16:
+        case FieldType::Date:
+            put_u16be(p, static_cast<uint16_t>(checked_integer(f, v, 0, 65535)));
+            break;
+        case FieldType::I16:
+            put_u16be(p, static_cast<uint16_t>(static_cast<int16_t>(checked_integer(f, v, -32768, 32767))));
+            break;
+        case FieldType::U32:
+        case FieldType::TimeOfDay:
+            put_u32be(p, static_cast<uint32_t>(checked_integer(f, v, 0, 0xFFFFFFFFLL)));
+            break;
+        case FieldType::F32:
+            if (!std::isfinite(v) || std::fabs(v) > 3.4e38) out_of_range(f, v, "finite REAL");
+            put_f32be(p, static_cast<float>(v));
+            break;
+        case FieldType::Percent:
+            if (v == -1) {
+                put_u16be(p, 0xFFFF);
+            } else {
+                if (!std::isfinite(v) || v < 0 || v > 100) out_of_range(f, v, "0..100 %, or -1 for the default");
+                put_u16be(p, static_cast<uint16_t>(std::lround(v * 100)));
+            }
+            break;
+        case FieldType::Bit: {
+            const auto bit = checked_integer(f, v, 0, 1);
+            if (bit) *p = static_cast<uint8_t>(*p | (1u << f.arg));
+            else *p = static_cast<uint8_t>(*p & ~(1u << f.arg));
+            break;
         }
-        break;
-    case FieldType::Bit: {
-        const auto bit = checked_integer(f, v, 0, 1);
-        if (bit) *p = static_cast<uint8_t>(*p | (1u << f.arg));
-        else *p = static_cast<uint8_t>(*p & ~(1u << f.arg));
-        break;
-    }
-    case FieldType::Nibble: {
-        const auto n = checked_integer(f, v, 0, 15);
-        *p = static_cast<uint8_t>((*p & ~(0x0Fu << f.arg)) | (static_cast<unsigned>(n) << f.arg));
-        break;
-    }
-    case FieldType::Chars:
-    case FieldType::Bytes: throw std::invalid_argument(f.name + " cannot be sent");
+        case FieldType::Nibble: {
+            const auto n = checked_integer(f, v, 0, 15);
+            *p = static_cast<uint8_t>((*p & ~(0x0Fu << f.arg)) | (static_cast<unsigned>(n) << f.arg));
+            break;
+        }
+        case FieldType::Chars:
+        case FieldType::Bytes:
+            throw std::invalid_argument(f.name + " cannot be sent");
     }
 }
 
 FieldValue decode_one(const Field& f, const uint8_t* p) {
     switch (f.type) {
-    case FieldType::U8: return static_cast<double>(*p);
-    case FieldType::I8: return static_cast<double>(static_cast<int8_t>(*p));
-    case FieldType::U16:
-    case FieldType::Date: return static_cast<double>(get_u16be(p));
-    case FieldType::I16: return static_cast<double>(static_cast<int16_t>(get_u16be(p)));
-    case FieldType::U32:
-    case FieldType::TimeOfDay: return static_cast<double>(get_u32be(p));
-    case FieldType::F32: return static_cast<double>(get_f32be(p));
-    case FieldType::Percent: {
-        const uint16_t raw = get_u16be(p);
-        return raw == 0xFFFF ? -1.0 : raw / 100.0;
-    }
-    case FieldType::Bit: return double((*p >> f.arg) & 1u);
-    case FieldType::Nibble: return double((*p >> f.arg) & 0x0Fu);
-    case FieldType::Chars: {
-        std::string s;
-        for (size_t i = 0; i < f.arg && p[i] != 0; ++i)
-            s.push_back((p[i] >= 0x20 && p[i] < 0x7F) ? static_cast<char>(p[i]) : '?');
-        return s;
-    }
-    case FieldType::Bytes: {
-        static const char* hex = "0123456789ABCDEF";
-        std::string s;
-        for (size_t i = 0; i < f.arg; ++i) {
-            s.push_back(hex[p[i] >> 4]);
-            s.push_back(hex[p[i] & 0x0F]);
+        case FieldType::U8:
+            return static_cast<double>(*p);
+        case FieldType::I8:
+            return static_cast<double>(static_cast<int8_t>(*p));
+        case FieldType::U16:
+        case FieldType::Date:
+            return static_cast<double>(get_u16be(p));
+        case FieldType::I16:
+            return static_cast<double>(static_cast<int16_t>(get_u16be(p)));
+        case FieldType::U32:
+        case FieldType::TimeOfDay:
+            return static_cast<double>(get_u32be(p));
+        case FieldType::F32:
+            return static_cast<double>(get_f32be(p));
+        case FieldType::Percent: {
+            const uint16_t raw = get_u16be(p);
+            return raw == 0xFFFF ? -1.0 : raw / 100.0;
         }
-        return s;
-    }
+        case FieldType::Bit:
+            return double((*p >> f.arg) & 1u);
+        case FieldType::Nibble:
+            return double((*p >> f.arg) & 0x0Fu);
+        case FieldType::Chars: {
+            std::string s;
+            for (size_t i = 0; i < f.arg && p[i] != 0; ++i)
+                s.push_back((p[i] >= 0x20 && p[i] < 0x7F) ? static_cast<char>(p[i]) : '?');
+            return s;
+        }
+        case FieldType::Bytes: {
+            static const char* hex = "0123456789ABCDEF";
+            std::string s;
+            for (size_t i = 0; i < f.arg; ++i) {
+                s.push_back(hex[p[i] >> 4]);
+                s.push_back(hex[p[i] & 0x0F]);
+            }
+            return s;
+        }
     }
     return 0.0;
 }
@@ -169,8 +191,8 @@ std::vector<DecodedField> decode_fields(const Layout& layout, const std::vector<
 void add_series(Layout& l, const std::string& prefix, int first_index, int count, uint16_t offset, FieldType type,
                 uint16_t stride) {
     for (int i = 0; i < count; ++i)
-        l.fields.push_back(Field{prefix + std::to_string(first_index + i), static_cast<uint16_t>(offset + i * stride),
-                                 type, 0, 0});
+        l.fields.push_back(
+            Field{prefix + std::to_string(first_index + i), static_cast<uint16_t>(offset + i * stride), type, 0, 0});
 }
 
 }  // namespace srci_plc

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "srci_plc/plc_telegram.hpp"
 
 #include <stdexcept>
@@ -7,8 +8,7 @@
 namespace srci_plc {
 
 size_t plc_sequence_offset(const PlcTelegram& t) {
-    if (t.tn_plc_to_rob != 0)
-        throw std::invalid_argument("optional P->R cyclic data is not supported by this client");
+    if (t.tn_plc_to_rob != 0) throw std::invalid_argument("optional P->R cyclic data is not supported by this client");
     if (t.tn_rob_to_plc & telegram_number::kTwoSequences)
         throw std::invalid_argument("two sequences are not supported by this client");
     const bool tool_frame = t.tool_frame_always || (t.tn_rob_to_plc & telegram_number::kCartesian);
@@ -18,8 +18,7 @@ size_t plc_sequence_offset(const PlcTelegram& t) {
 size_t plc_sequence_capacity(const PlcTelegram& t) {
     const size_t start = plc_sequence_offset(t) + kSequenceHeaderSize;
     const size_t footer = 1;
-    if (t.length_plc_to_rob < start + footer)
-        throw std::invalid_argument("telegram too short for the sequence header");
+    if (t.length_plc_to_rob < start + footer) throw std::invalid_argument("telegram too short for the sequence header");
     return t.length_plc_to_rob - start - footer;
 }
 

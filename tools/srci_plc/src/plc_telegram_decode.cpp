@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "srci_plc/byte_order.hpp"
 #include "srci_plc/plc_telegram.hpp"
 #include "srci_plc/telegram_sequence.hpp"
@@ -6,13 +7,20 @@ namespace srci_plc {
 
 size_t plc_block_size(unsigned bit) {
     switch (bit) {
-    case 0: return 26;
-    case 1: return 34;
-    case 2: return 28;
-    case 3: return 24;
-    case 9: return 20;
-    case 10: return 20;
-    default: return 0;
+        case 0:
+            return 26;
+        case 1:
+            return 34;
+        case 2:
+            return 28;
+        case 3:
+            return 24;
+        case 9:
+            return 20;
+        case 10:
+            return 20;
+        default:
+            return 0;
     }
 }
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "srci_plc/response.hpp"
 
 #include "srci_plc/byte_order.hpp"
@@ -18,9 +19,8 @@ bool ResponseAssembler::feed(const Fragment& f, std::vector<uint8_t>& complete, 
     auto& buf = partial_[f.cmd_id];
     if ((f.action & fragment_action::kClear) || f.pointer == 0) buf.clear();
     if (f.pointer != buf.size()) {
-        error = "response fragment of CmdID " + std::to_string(f.cmd_id) + " at offset " +
-                std::to_string(f.pointer) + " does not continue the " + std::to_string(buf.size()) +
-                " bytes received";
+        error = "response fragment of CmdID " + std::to_string(f.cmd_id) + " at offset " + std::to_string(f.pointer) +
+                " does not continue the " + std::to_string(buf.size()) + " bytes received";
         partial_.erase(f.cmd_id);
         return false;
     }

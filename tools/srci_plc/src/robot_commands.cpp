@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "srci_plc/robot_commands.hpp"
 
 namespace srci_plc {

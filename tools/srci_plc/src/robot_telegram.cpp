@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "srci_plc/robot_telegram.hpp"
 
 #include "srci_plc/byte_order.hpp"
@@ -7,16 +8,26 @@ namespace srci_plc {
 
 size_t robot_block_size(unsigned bit) {
     switch (bit) {
-    case 0: return 26;
-    case 1: return 40;
-    case 2: return 30;
-    case 3: return 24;
-    case 4: return 24;
-    case 9: return 20;
-    case 10: return 20;
-    case 11: return 24;
-    case 12: return 24;
-    default: return 0;
+        case 0:
+            return 26;
+        case 1:
+            return 40;
+        case 2:
+            return 30;
+        case 3:
+            return 24;
+        case 4:
+            return 24;
+        case 9:
+            return 20;
+        case 10:
+            return 20;
+        case 11:
+            return 24;
+        case 12:
+            return 24;
+        default:
+            return 0;
     }
 }
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "srci_plc/status_word.hpp"
 
 namespace srci_plc {
@@ -25,13 +26,20 @@ StatusWord decode_status_word(uint32_t raw) {
 
 const char* operation_mode_name(uint8_t mode) {
     switch (mode) {
-    case 1: return "T1";
-    case 2: return "T2";
-    case 3: return "auto";
-    case 4: return "auto-ext";
-    case 5: return "T1-ext";
-    case 6: return "T2-ext";
-    default: return "unknown";
+        case 1:
+            return "T1";
+        case 2:
+            return "T2";
+        case 3:
+            return "auto";
+        case 4:
+            return "auto-ext";
+        case 5:
+            return "T1-ext";
+        case 6:
+            return "T2-ext";
+        default:
+            return "unknown";
     }
 }
 

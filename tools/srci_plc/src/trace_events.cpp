@@ -1,10 +1,11 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "srci_plc/trace_events.hpp"
 
 #include "srci_plc/byte_order.hpp"
 #include "srci_plc/command_catalog.hpp"
+#include "srci_plc/plc_telegram.hpp"
 #include "srci_plc/robot_telegram.hpp"
 #include "srci_plc/trace_format.hpp"
-#include "srci_plc/plc_telegram.hpp"
 #include "srci_plc/trace_udp.hpp"
 #include "srci_plc/wire_constants.hpp"
 
@@ -14,13 +15,20 @@ namespace fmt = trace_format;
 
 const char* trace_event_kind_name(TraceEventKind kind) {
     switch (kind) {
-    case TraceEventKind::Connection: return "connection";
-    case TraceEventKind::Link: return "link";
-    case TraceEventKind::Command: return "command";
-    case TraceEventKind::Update: return "update";
-    case TraceEventKind::Answer: return "answer";
-    case TraceEventKind::Message: return "message";
-    case TraceEventKind::Malformed: return "malformed";
+        case TraceEventKind::Connection:
+            return "connection";
+        case TraceEventKind::Link:
+            return "link";
+        case TraceEventKind::Command:
+            return "command";
+        case TraceEventKind::Update:
+            return "update";
+        case TraceEventKind::Answer:
+            return "answer";
+        case TraceEventKind::Message:
+            return "message";
+        case TraceEventKind::Malformed:
+            return "malformed";
     }
     return "?";
 }
@@ -79,8 +87,10 @@ void TraceDecoder::plc_telegram(uint64_t t, const uint8_t* data, size_t size, st
     }
     const uint8_t footer_lifesign = data[size - 1] & 0x0F;
     if (v.lifesign != footer_lifesign) {
-        malformed(t, "PLC telegram: header lifesign " + std::to_string(v.lifesign) + ", footer " +
-                         std::to_string(footer_lifesign) + " (torn telegram)", out);
+        malformed(t,
+                  "PLC telegram: header lifesign " + std::to_string(v.lifesign) + ", footer " +
+                      std::to_string(footer_lifesign) + " (torn telegram)",
+                  out);
         return;
     }
     flush_malformed(out);
@@ -92,7 +102,8 @@ void TraceDecoder::plc_telegram(uint64_t t, const uint8_t* data, size_t size, st
         TraceEvent e;
         e.kind = TraceEventKind::Link;
         e.time_us = t;
-        e.text = std::string("PLC requests ") + (control < 6 ? kControl[control] : "control " + std::to_string(control));
+        e.text =
+            std::string("PLC requests ") + (control < 6 ? kControl[control] : "control " + std::to_string(control));
         out.push_back(std::move(e));
     }
     if (last_seq_ == v.seq) return;  // a repeat: the robot has not acknowledged yet
@@ -151,7 +162,8 @@ void TraceDecoder::robot_telegram(uint64_t t, const uint8_t* data, size_t size, 
     }
 }
 
-void TraceDecoder::answer(uint64_t t, uint16_t cmd_id, const std::vector<uint8_t>& payload, std::vector<TraceEvent>& out) {
+void TraceDecoder::answer(uint64_t t, uint16_t cmd_id, const std::vector<uint8_t>& payload,
+                          std::vector<TraceEvent>& out) {
     ResponseHeader h;
     if (!decode_response_header(payload, h)) {
         malformed(t, "answer for CmdID " + std::to_string(cmd_id) + " shorter than its header", out);

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "srci_plc/trace_pcapng.hpp"
 
 #include <algorithm>
@@ -120,7 +121,8 @@ private:
     void enhanced_packet() {
         if (body_.size() < 20) fail("enhanced packet block shorter than 32 bytes");
         const uint32_t id = word(&body_[0]);
-        if (id >= interfaces_.size()) fail("packet names interface " + std::to_string(id) + ", which was not described");
+        if (id >= interfaces_.size())
+            fail("packet names interface " + std::to_string(id) + ", which was not described");
         const uint32_t captured = word(&body_[12]);
         if (captured > body_.size() - 20) fail("captured length " + std::to_string(captured) + " overruns its block");
         const uint64_t stamp = uint64_t{word(&body_[4])} << 32 | word(&body_[8]);
@@ -138,7 +140,8 @@ private:
         p.link_type = i.link_type;
         // Whole seconds and the remainder separately, so large stamps do not overflow.
         const uint64_t per = i.units_per_second;
-        p.time_us = stamp / per * 1000000 + static_cast<uint64_t>(static_cast<unsigned __int128>(stamp % per) * 1000000 / per);
+        p.time_us =
+            stamp / per * 1000000 + static_cast<uint64_t>(static_cast<unsigned __int128>(stamp % per) * 1000000 / per);
         p.data.assign(data, data + size);
         each_(p);
     }
@@ -153,8 +156,6 @@ private:
 
 }  // namespace
 
-void read_pcapng(std::istream& in, const std::function<void(const CapturedPacket&)>& each) {
-    Reader(in, each).run();
-}
+void read_pcapng(std::istream& in, const std::function<void(const CapturedPacket&)>& each) { Reader(in, each).run(); }
 
 }  // namespace srci_plc

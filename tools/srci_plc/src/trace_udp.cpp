@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "srci_plc/trace_udp.hpp"
 
 #include "srci_plc/byte_order.hpp"

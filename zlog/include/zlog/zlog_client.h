@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Log client: the one way every thread and process of the controller writes log records.
 //
 // A record is one formatted line: local time, level, tag, function and line, then the text.

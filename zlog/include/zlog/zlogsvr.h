@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Log server: drains the error, system and bus channels into size-limited rotating files.
 //
 // Producers never touch files; they write into the shared-memory channels (see

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 // Raw lockstep TCP bridge: the PLC client sends exactly one 256-byte telegram,
 // the gateway copies it into the process image and answers with exactly one

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 // Process image shared between the PROFINET I/O manager (here: pnio-sim) and
 // the robot adapter. Native byte order, no padding beyond what is listed.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 // Owner side of the shared process image: creates the segment and the
 // semaphore, keeps the two attachments the robot adapter waits for, and

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 // pcapng blocks for the telegram trace: a section header, one Ethernet interface with
 // microsecond timestamps, and enhanced packet blocks that wrap a payload in Ethernet/IPv4/UDP on

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 // Records every telegram of the lockstep exchange, both directions, into a pcapng file.
 //
@@ -39,8 +40,7 @@ public:
     TraceRecorder& operator=(const TraceRecorder&) = delete;
 
     void on_exchange(const TapExchange& exchange) override;
-    void on_connection(bool connected, const std::string& why,
-                       std::chrono::system_clock::time_point when) override;
+    void on_connection(bool connected, const std::string& why, std::chrono::system_clock::time_point when) override;
 
     // "trace.pcapng" -> "trace.1.pcapng"; "trace" -> "trace.1".
     static std::string rotated_path(const std::string& path);

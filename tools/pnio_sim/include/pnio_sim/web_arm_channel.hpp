@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 // A client of the simulated arm's control channel (a Unix socket, one request line, one answer
 // line). The live view asks it for the joints and the pose when the PLC's telegrams do not carry

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 // The simulated arm's geometry for the drawing: the link chain of a joint position and the joint
 // limits, taken from the arm's own kinematics so that the picture cannot drift from the robot.

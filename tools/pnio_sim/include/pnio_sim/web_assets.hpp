@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 // The page's files, compiled into pnio-sim so that the view works offline and needs no install.
 #include <string_view>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 // Follows the SRCI link as an observer: decodes each exchange with the PLC client library's
 // decoders and keeps the link state, the PLC's commands with their state history and the robot's
@@ -36,9 +37,9 @@ private:
     int last_seq_ = -1;
     int last_ack_ = -1;
     bool tool_frame_always_ = false;
-    uint16_t robot_layout_ = 0;                // TelegramNumberRobToPlc of the last robot telegram decoded
-    std::optional<uint16_t> init_layout_;      // asked for by the PLC's INITIALIZE
-    std::optional<uint16_t> latched_layout_;   // in force since the robot reported INITIALIZED
+    uint16_t robot_layout_ = 0;               // TelegramNumberRobToPlc of the last robot telegram decoded
+    std::optional<uint16_t> init_layout_;     // asked for by the PLC's INITIALIZE
+    std::optional<uint16_t> latched_layout_;  // in force since the robot reported INITIALIZED
     uint8_t previous_robot_state_ = 0;
     std::map<uint16_t, uint8_t> first_action_;  // FragmentAction of the first fragment per CmdID
     srci_plc::ResponseAssembler plc_parts_;

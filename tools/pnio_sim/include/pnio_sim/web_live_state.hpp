@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 // What the live view knows about the SRCI link and the robot, decoded from the telegrams that
 // pass the gateway. The fast part changes with every exchange; the slow part (commands, messages,
@@ -54,13 +55,13 @@ struct CommandRecord {
     uint16_t cmd_type = 0;
     uint8_t exec_mode = 0;
     uint8_t par_seq = 0;
-    unsigned updates = 0;  // parameter updates the PLC sent
+    unsigned updates = 0;            // parameter updates the PLC sent
     std::vector<StateStep> history;  // consecutive repeats collapsed
     int8_t severity = 0;
     uint16_t code = 0;
     Millis sent = 0;
     Millis finished = 0;
-    std::string note;  // why a command ended without a final state
+    std::string note;              // why a command ended without a final state
     std::vector<uint8_t> request;  // the complete command payload
 };
 

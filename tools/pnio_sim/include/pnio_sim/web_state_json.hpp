@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 // The live view's state as JSON, the form the page and the event stream use. The fast part (link
 // and robot) goes out with every update; the slow part (commands, messages, limits) only after it

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 // The live view: a tap on the gateway that follows the SRCI link, and a small HTTP server that
 // serves the page and a Server-Sent-Events stream of the decoded state.

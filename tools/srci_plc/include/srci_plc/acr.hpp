@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 // The client's Active Command Register: one slot per CmdID.
 #include <cstddef>
@@ -12,14 +13,14 @@ namespace srci_plc {
 struct AcrEntry {
     bool used = false;
     const CommandDef* def = nullptr;
-    ParamValues values;        // parameters of the last transmitted payload
+    ParamValues values;  // parameters of the last transmitted payload
     uint8_t par_seq = 1;
-    unsigned responses = 0;    // answers since the last (re)transmission
-    ResponseHeader last;       // latest answer
+    unsigned responses = 0;  // answers since the last (re)transmission
+    ResponseHeader last;     // latest answer
     std::vector<uint8_t> last_payload;
     bool release_pending = false;  // final answer seen; slot frees next cycle
-    int sent_seq = -1;         // SEQ that carried the last fragment of the payload
-    bool transmitted = false;  // that SEQ has been acknowledged
+    int sent_seq = -1;             // SEQ that carried the last fragment of the payload
+    bool transmitted = false;      // that SEQ has been acknowledged
 };
 
 class Acr {

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 // SRCI puts every multi-byte value big-endian on the wire; the only exception is
 // the robot status word, which is a little-endian bit field (see status_word.hpp).
@@ -21,9 +22,7 @@ inline void put_f32be(uint8_t* p, float v) {
     std::memcpy(&bits, &v, sizeof bits);
     put_u32be(p, bits);
 }
-inline uint16_t get_u16be(const uint8_t* p) {
-    return static_cast<uint16_t>((p[0] << 8) | p[1]);
-}
+inline uint16_t get_u16be(const uint8_t* p) { return static_cast<uint16_t>((p[0] << 8) | p[1]); }
 inline uint32_t get_u32be(const uint8_t* p) {
     return (uint32_t{p[0]} << 24) | (uint32_t{p[1]} << 16) | (uint32_t{p[2]} << 8) | p[3];
 }

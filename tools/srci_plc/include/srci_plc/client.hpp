@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 // PLC-side SRCI session: drives the cyclic exchange, the start-up handshake and
 // the command register on top of a Transport.
@@ -44,9 +45,9 @@ struct ClientOptions {
     uint8_t message_level = 20;
     ParamValues exchange_config;  // further ExchangeConfiguration fields
     int cycle_ms = 4;
-    int step_timeout_ms = 5000;        // each start-up step
+    int step_timeout_ms = 5000;  // each start-up step
     int robot_lifesign_timeout_ms = 2000;
-    bool reset_on_connect = true;      // wipe a previous session's commands
+    bool reset_on_connect = true;  // wipe a previous session's commands
     std::function<void(const std::vector<uint8_t>& tx, const std::vector<uint8_t>& rx)> on_exchange;
     std::function<void(const RobotMessage&)> on_message;
     // Called once a second while the start-up waits for the robot to initialise.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 // The commands this client can send, with their wire layouts.
 #include <string>
@@ -23,7 +24,7 @@ struct CommandDef {
     Layout response;
     std::vector<std::string> positional;  // names filled by positional CLI args
     std::string summary;
-    int support_bit = -1;     // byte*8+bit in RCSupportedFunctions, -1 = always allowed
+    int support_bit = -1;      // byte*8+bit in RCSupportedFunctions, -1 = always allowed
     uint8_t enabled_byte = 4;  // response byte whose bit 0 is "Enabled" (enable-type only)
 };
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 // Command payloads waiting for transmission, cut into fragments that fill the
 // sequence area of successive telegrams.

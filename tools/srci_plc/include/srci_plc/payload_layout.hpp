@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 // Table-driven command and response payloads. Each SRCI payload table becomes a
 // list of named fields at fixed offsets, so the same description encodes what
@@ -17,20 +18,20 @@ enum class FieldType : uint8_t {
     I16,
     U32,
     F32,
-    Percent,  // UINT percent x 100; -1 encodes 0xFFFF "not set, use default"
-    Bit,      // one bit (Field::arg) of the byte at offset
-    Date,     // UINT days since 1990-01-01; defaults to today when sending
+    Percent,    // UINT percent x 100; -1 encodes 0xFFFF "not set, use default"
+    Bit,        // one bit (Field::arg) of the byte at offset
+    Date,       // UINT days since 1990-01-01; defaults to today when sending
     TimeOfDay,  // UDINT ms since midnight; defaults to now when sending
-    Chars,    // fixed CHAR[arg], response only
-    Bytes,    // BYTE[arg] shown as hex, response only
-    Nibble,   // 4 bits at shift arg (0 = lo nibble, 4 = hi nibble)
+    Chars,      // fixed CHAR[arg], response only
+    Bytes,      // BYTE[arg] shown as hex, response only
+    Nibble,     // 4 bits at shift arg (0 = lo nibble, 4 = hi nibble)
 };
 
 struct Field {
     std::string name;
     uint16_t offset = 0;
     FieldType type = FieldType::U8;
-    uint8_t arg = 0;     // bit number (Bit) or length (Chars, Bytes)
+    uint8_t arg = 0;      // bit number (Bit) or length (Chars, Bytes)
     double fallback = 0;  // value sent when the caller does not give one
 };
 
@@ -63,7 +64,7 @@ void encode_fields(const Layout& layout, const ParamValues& values, const Timest
 std::vector<DecodedField> decode_fields(const Layout& layout, const std::vector<uint8_t>& payload);
 
 // Layout construction helpers.
-void add_series(Layout& l, const std::string& prefix, int first_index, int count, uint16_t offset,
-                FieldType type, uint16_t stride);
+void add_series(Layout& l, const std::string& prefix, int first_index, int count, uint16_t offset, FieldType type,
+                uint16_t stride);
 
 }  // namespace srci_plc

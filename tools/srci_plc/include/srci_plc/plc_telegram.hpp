@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 // PLC -> robot telegram: what the client puts on the wire every cycle.
 #include <cstddef>
@@ -53,7 +54,6 @@ size_t plc_block_size(unsigned bit);  // optional P->R cyclic data; 0 for reserv
 // ToolNo/FrameNo (bytes 18-19) are taken as present when the telegram requests the robot's cyclic
 // Cartesian position, or always with tool_frame_always (some clients send them regardless).
 // False with error set when the lengths do not add up. The footer lifesign is left to the caller.
-bool decode_plc_telegram(const uint8_t* data, size_t len, bool tool_frame_always, PlcTelegram& out,
-                         std::string& error);
+bool decode_plc_telegram(const uint8_t* data, size_t len, bool tool_frame_always, PlcTelegram& out, std::string& error);
 
 }  // namespace srci_plc

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 // Response payloads: header decoding and reassembly of fragmented responses.
 #include <cstdint>

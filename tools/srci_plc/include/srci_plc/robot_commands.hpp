@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 // One function per robot command on top of a connected Client, with the waits
 // a PLC program would do: motion waits for Done, enable waits for Enabled,

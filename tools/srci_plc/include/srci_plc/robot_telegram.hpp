@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 // Robot -> PLC telegram as the client decodes it.
 #include <array>

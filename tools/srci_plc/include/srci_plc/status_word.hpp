@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 // Robot arm status word (R->P bytes 4-7, little-endian bit field).
 #include <cstdint>

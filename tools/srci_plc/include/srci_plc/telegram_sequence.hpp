@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 // The sequence area both directions share: a 4-byte header (sequence number or acknowledge, payload
 // length), then fragments, each with its own 8-byte header.

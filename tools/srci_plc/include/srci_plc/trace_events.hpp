@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 // Turns the packets of a telegram trace into the events a person wants to read: the PLC client
 // connects or drops, the interface changes state, a command is sent (with its parameters), a
@@ -21,13 +22,13 @@ const char* trace_event_kind_name(TraceEventKind kind);
 struct TraceEvent {
     TraceEventKind kind = TraceEventKind::Link;
     uint64_t time_us = 0;
-    uint16_t cmd_id = 0;     // Command, Update, Answer
-    uint16_t cmd_type = 0;   // Command, Update, Answer (0 when the command is not in the trace)
-    uint8_t state = 0;       // Answer: CmdMessageState; Link: TelegramState
-    int8_t severity = 0;     // Answer, Message
-    uint32_t code = 0;       // Answer, Message
-    uint32_t count = 1;      // Malformed: telegrams in a row with this problem
-    std::string text;        // Connection, Link, Message, Malformed
+    uint16_t cmd_id = 0;               // Command, Update, Answer
+    uint16_t cmd_type = 0;             // Command, Update, Answer (0 when the command is not in the trace)
+    uint8_t state = 0;                 // Answer: CmdMessageState; Link: TelegramState
+    int8_t severity = 0;               // Answer, Message
+    uint32_t code = 0;                 // Answer, Message
+    uint32_t count = 1;                // Malformed: telegrams in a row with this problem
+    std::string text;                  // Connection, Link, Message, Malformed
     std::vector<DecodedField> fields;  // Command/Update parameters, Answer results
 };
 

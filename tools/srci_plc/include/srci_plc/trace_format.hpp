@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 // How pnio-sim's telegram trace is laid out, shared by the recorder and every reader.
 //

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 // Reads a pcapng file from outside: every block length, option length and packet length is
 // checked before it is used; anything that does not add up is refused with TraceFileError naming

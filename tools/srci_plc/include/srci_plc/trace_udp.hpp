@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 // The UDP datagram inside one captured Ethernet/IPv4 frame of a telegram trace.
 #include <cstddef>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 // How telegrams reach the robot side. The TCP implementation speaks the raw
 // lockstep gateway protocol: send one telegram, receive exactly one answer.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 // Numeric vocabulary of the SRCI wire protocol as seen from the PLC side.
 #include <cstddef>
