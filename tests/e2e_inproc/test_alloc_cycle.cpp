@@ -69,20 +69,34 @@ srci_plc::ParamValues axes(double j1, double vel) {
     return {{"j1", j1}, {"j2", 0}, {"j3", 0}, {"j4", 0}, {"j5", 90}, {"j6", 0}, {"vel", vel}, {"acc", 50}};
 }
 
-TEST(AllocCycle, SteadyCyclesWithMovesRunningAllocateNothing) {
-    startOnce();
+// One in-process adapter with a connected client and the robot enabled. The enable worker runs on
+// its own thread and reports its end in a later cycle (a logged event, not a steady cycle): it is
+// given time to finish before anything is counted.
+struct EnabledSession {
+    static srci_plc::ClientOptions options() {
+        srci_plc::ClientOptions o;
+        o.cycle_ms = 0;
+        o.lifesign_timeout_ms = 5000;
+        return o;
+    }
+    EnabledSession() : transport(adapter), client(transport, options()) {
+        client.connect();
+        enabled = client.execute(command("enable"), {{"enable", 1}}, srci_plc::WaitFor::Enabled, 60000).enabled;
+        std::this_thread::sleep_for(std::chrono::milliseconds(300));
+        for (int i = 0; i < 10; ++i) client.cycle();
+    }
+    bool started = (startOnce(), true);  // the adapter's start-up comes first
     srci_test::InProcessAdapter adapter;
-    CountingTransport transport(adapter);
-    srci_plc::ClientOptions options;
-    options.cycle_ms = 0;
-    options.lifesign_timeout_ms = 5000;
-    srci_plc::Client client(transport, options);
-    client.connect();
-    ASSERT_TRUE(client.execute(command("enable"), {{"enable", 1}}, srci_plc::WaitFor::Enabled, 60000).enabled);
-    // The enable worker runs on its own thread and reports its end in a later cycle (a logged
-    // event, not a steady cycle): give it time to finish before anything is counted.
-    std::this_thread::sleep_for(std::chrono::milliseconds(300));
-    for (int i = 0; i < 10; ++i) client.cycle();
+    CountingTransport transport;
+    srci_plc::Client client;
+    bool enabled = false;
+};
+
+TEST(AllocCycle, SteadyCyclesWithMovesRunningAllocateNothing) {
+    EnabledSession session;
+    ASSERT_TRUE(session.enabled);
+    CountingTransport& transport = session.transport;
+    srci_plc::Client& client = session.client;
 
     // Two slow moves queued: the first runs for seconds, the second waits behind it.
     const uint16_t first = client.submit(command("move-axes"), axes(40, 5));
@@ -104,17 +118,10 @@ TEST(AllocCycle, SteadyCyclesWithMovesRunningAllocateNothing) {
 // those lines are built without the heap too. The cycle that accepts the move (its handler's
 // log line) and the one that sends it (the simulated arm plans its path) are not counted.
 TEST(AllocCycle, StateChangesOfBackToBackShortMovesAllocateNothing) {
-    startOnce();
-    srci_test::InProcessAdapter adapter;
-    CountingTransport transport(adapter);
-    srci_plc::ClientOptions options;
-    options.cycle_ms = 0;
-    options.lifesign_timeout_ms = 5000;
-    srci_plc::Client client(transport, options);
-    client.connect();
-    ASSERT_TRUE(client.execute(command("enable"), {{"enable", 1}}, srci_plc::WaitFor::Enabled, 60000).enabled);
-    std::this_thread::sleep_for(std::chrono::milliseconds(300));
-    for (int i = 0; i < 10; ++i) client.cycle();
+    EnabledSession session;
+    ASSERT_TRUE(session.enabled);
+    CountingTransport& transport = session.transport;
+    srci_plc::Client& client = session.client;
 
     long counted = 0;
     long total = 0;

@@ -17,6 +17,7 @@
 #include <regex>
 #include <sstream>
 
+#include "arm_channel.h"
 #include "process_chain.h"
 
 using namespace srci_test;
@@ -56,20 +57,7 @@ protected:
 
     PlcRun script(const std::string& text) { return ProcessChain::script(text, {"--json"}); }
 
-    std::string arm(const std::string& request) {
-        int fd = socket(AF_UNIX, SOCK_STREAM, 0);
-        sockaddr_un addr{};
-        addr.sun_family = AF_UNIX;
-        std::snprintf(addr.sun_path, sizeof addr.sun_path, "%s", dir.file("srciport.sock").c_str());
-        std::string answer;
-        if (connect(fd, reinterpret_cast<sockaddr*>(&addr), sizeof addr) == 0) {
-            const std::string line = request + "\n";
-            if (write(fd, line.data(), line.size()) == static_cast<ssize_t>(line.size()))
-                for (char c; read(fd, &c, 1) == 1 && c != '\n';) answer += c;
-        }
-        close(fd);
-        return answer;
-    }
+    std::string arm(const std::string& request) { return armRequest(dir.file("srciport.sock"), request); }
 };
 
 TEST_F(DemoChain, TheDemoTourReachesEveryTarget) {

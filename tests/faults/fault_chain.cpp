@@ -13,6 +13,7 @@
 #include <sstream>
 #include <thread>
 
+#include "arm_channel.h"
 #include "process_image.h"
 
 namespace srci_test {
@@ -56,18 +57,7 @@ void FaultChain::connectPlc() {
 }
 
 std::string FaultChain::arm(const std::string& request) const {
-    const int fd = socket(AF_UNIX, SOCK_STREAM, 0);
-    sockaddr_un addr{};
-    addr.sun_family = AF_UNIX;
-    std::snprintf(addr.sun_path, sizeof addr.sun_path, "%s", dir.file("srciport.sock").c_str());
-    std::string answer;
-    if (connect(fd, reinterpret_cast<sockaddr*>(&addr), sizeof addr) == 0) {
-        const std::string line = request + "\n";
-        if (write(fd, line.data(), line.size()) == static_cast<ssize_t>(line.size()))
-            for (char c; read(fd, &c, 1) == 1 && c != '\n';) answer += c;
-    }
-    close(fd);
-    return answer;
+    return srci_test::armRequest(dir.file("srciport.sock"), request);
 }
 
 Joints FaultChain::joints() const {
