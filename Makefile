@@ -9,6 +9,9 @@ ASAN_DIR  ?= build-asan
 TSAN_DIR  ?= build-tsan
 FUZZ_DIR  ?= build-fuzz
 FUZZ_SECONDS ?= 60
+COV_DIR   ?= build-cov
+# ctest -R pattern for make coverage; empty runs every test but the soak.
+COV_TESTS ?=
 SOAK_MINUTES ?= 30
 # Extra CMake options for every configure, e.g. CMAKE_ARGS=-DSRCI_WERROR=ON (as .ci/run does).
 CMAKE_ARGS ?=
@@ -19,7 +22,7 @@ DEB_PACKAGES := cmake g++ make libgtest-dev libgmock-dev libbenchmark-dev \
                 libcli11-dev nlohmann-json3-dev libcpp-httplib-dev tshark chromium \
                 gnuplot-nox help2man pkg-config dpkg-dev file lintian fakeroot clang-format clang-tidy
 
-.PHONY: all deps build test asan tsan fuzz fuzz-ci soak bench bench-cycle demo package clean format format-check tidy
+.PHONY: all deps build test asan tsan fuzz fuzz-ci soak bench bench-cycle coverage demo package clean format format-check tidy
 
 all: build
 
@@ -83,6 +86,18 @@ bench: build
 	@for b in $(BUILD)/bench/*/bench_*; do [ -x "$$b" ] || continue; \
 	  echo "== $$(basename $$b)"; $$b --benchmark_out=$(BUILD)/bench-results/$$(basename $$b).json --benchmark_out_format=json; done
 	@echo "figures written to $(BUILD)/bench-results/"
+
+# Which lines of the project's own code the tests run (tests, fuzz targets and benchmarks aside):
+# $(COV_DIR)/coverage.json (per line) and a summary. Compare two runs with
+# tools/coverage/covered_lines.py BEFORE.json AFTER.json.
+coverage: deps
+	cmake -S . -B $(COV_DIR) -DCMAKE_BUILD_TYPE=Debug -DSRCI_COVERAGE=ON -DSRCI_BENCH=OFF $(CMAKE_ARGS)
+	cmake --build $(COV_DIR) -j $(JOBS)
+	find $(COV_DIR) -name '*.gcda' -delete
+	cd $(COV_DIR) && ctest -j $(JOBS) -LE soak $(if $(COV_TESTS),-R '$(COV_TESTS)') --output-on-failure
+	gcovr -r $(CURDIR) --object-directory $(COV_DIR) -j $(JOBS) \
+	  --filter '$(CURDIR)/(srci|srl|srciport|zlog|qxutil|tools)/' \
+	  --json $(COV_DIR)/coverage.json --print-summary
 
 # Style: .clang-format. format rewrites the tracked sources, format-check only reports.
 format:

@@ -12,3 +12,8 @@ if(SRCI_FUZZ)
   add_compile_options(-fsanitize=fuzzer-no-link,address,undefined -fno-omit-frame-pointer)
   add_link_options(-fsanitize=address,undefined)
 endif()
+if(SRCI_COVERAGE)
+  # Line coverage for `make coverage`; without optimisation so every line maps to code.
+  add_compile_options(--coverage -O0)
+  add_link_options(--coverage)
+endif()
