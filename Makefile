@@ -10,8 +10,8 @@ TSAN_DIR  ?= build-tsan
 FUZZ_DIR  ?= build-fuzz
 FUZZ_SECONDS ?= 60
 COV_DIR   ?= build-cov
-# ctest -R pattern for make coverage; empty runs every test but the soak.
-COV_TESTS ?=
+# Build-tree folders whose tests make coverage runs, e.g. COV_DIRS="tests/srl tests/plc".
+COV_DIRS  ?= tests
 SOAK_MINUTES ?= 30
 # Extra CMake options for every configure, e.g. CMAKE_ARGS=-DSRCI_WERROR=ON (as .ci/run does).
 CMAKE_ARGS ?=
@@ -94,7 +94,8 @@ coverage: deps
 	cmake -S . -B $(COV_DIR) -DCMAKE_BUILD_TYPE=Debug -DSRCI_COVERAGE=ON -DSRCI_BENCH=OFF $(CMAKE_ARGS)
 	cmake --build $(COV_DIR) -j $(JOBS)
 	find $(COV_DIR) -name '*.gcda' -delete
-	cd $(COV_DIR) && ctest -j $(JOBS) -LE soak $(if $(COV_TESTS),-R '$(COV_TESTS)') --output-on-failure
+	@set -e; for d in $(COV_DIRS); do echo "== tests in $$d"; \
+	  ( cd $(COV_DIR)/$$d && ctest -j $(JOBS) -LE soak --output-on-failure ); done
 	gcovr -r $(CURDIR) --object-directory $(COV_DIR) -j $(JOBS) \
 	  --filter '$(CURDIR)/(srci|srl|srciport|zlog|qxutil|tools)/' \
 	  --json $(COV_DIR)/coverage.json --print-summary
