@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
 // Moves the interpreter's own diagnostics into this process's log, next to the adapter's.
-#include <sys/prctl.h>
 #include <unistd.h>
 
 #include <cstring>
@@ -22,9 +21,6 @@ void output_edk_log() {
 }
 
 void EDKLogThread() {
-    // Lets the kernel serve this thread's timer with the main cycle's interrupt; the period
-    // stays 4 ms give or take the slack.
-    prctl(PR_SET_TIMERSLACK, kLogThreadTimerSlackNs);
     for (;;) {
         usleep(srci_communication_loop_time_ms * 1000u);
         output_edk_log();

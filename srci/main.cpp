@@ -2,7 +2,6 @@
 // srci_server: lets a PLC command the robot through SRCI. Started in its working directory with
 // no arguments; runs until killed.
 #include <pthread.h>
-#include <sys/prctl.h>
 #include <unistd.h>
 
 #include <cstdlib>
@@ -26,7 +25,6 @@ int main(int, char**) {
 
     std::thread logServerThread([&logServer] {
         pthread_setname_np(pthread_self(), "logsvr");
-        prctl(PR_SET_TIMERSLACK, kLogThreadTimerSlackNs);  // see EDKLogThread
         for (;;) {
             logServer.update();
             usleep(5000);

@@ -69,9 +69,6 @@ void syncWorkArea(bool enabled);
 
 // The interpreter's diagnostics into the process log.
 void EDKLogThread();
-// Timer slack of the two log threads: wide enough that their wake-ups ride on the main cycle's
-// timer interrupt, narrow enough that their periods stay what they are.
-inline constexpr unsigned long kLogThreadTimerSlackNs = 200000;
 void output_edk_log();
 
 using SystemTime = std::chrono::time_point<std::chrono::system_clock, std::chrono::nanoseconds>;
