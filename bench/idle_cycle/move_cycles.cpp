@@ -54,7 +54,8 @@ int main(int argc, char** argv) {
         const long first = adapter.cycles + 1;
         do {
             client.cycle();
-        } while (!srci_plc::decode_status_word(client.last_telegram().status).is_moving && adapter.cycles - first < 500);
+        } while (!srci_plc::decode_status_word(client.last_telegram().status).is_moving &&
+                 adapter.cycles - first < 500);
         ++histogram[adapter.cycles - first];
         client.wait(id, srci_plc::WaitFor::Final, 30000);
     }
