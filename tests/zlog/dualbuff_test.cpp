@@ -202,17 +202,33 @@ TEST(DualBuffForeignSegment, WrongSizeOrMagicIsRejectedWithoutTouchingIt) {
     }
 }
 
-TEST(DualBuffForeignSegment, ScribbledFillLevelsAreDiscardedAndTheChannelRecovers) {
-    zlog_test::ShmScope scope{CHANNEL};
-    DualBuffWriter writer(CHANNEL);
-    DualBuffReader reader(CHANNEL);
-    RawSegment raw(CHANNEL);
-    writer.write("lost", 4);
-    raw.header()->used[0] = ~0ull;
-    EXPECT_EQ(writer.write("refused", 7), -1);
-    EXPECT_EQ(drainOnce(reader), "");
-    EXPECT_EQ(writer.write("fine", 4), 0);
-    EXPECT_EQ(drainOnce(reader), "fine");
+TEST(DualBuffForeignSegment, ScribbledBookkeepingIsDiscardedAndTheChannelRecovers) {
+    // The second row has nothing pending: a reader's lock-free look must not skip the repair.
+    struct Row {
+        const char* what;
+        void (*scribble)(qxutil::detail::SegmentHeader*);
+    };
+    const Row rows[] = {
+        {"fill level", [](qxutil::detail::SegmentHeader* h) { h->used[0] = ~0ull; }},
+        {"active half, both halves empty",
+         [](qxutil::detail::SegmentHeader* h) {
+             h->used[0] = h->used[1] = 0;
+             h->active = 7;
+         }},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.what);
+        zlog_test::ShmScope scope{CHANNEL};
+        DualBuffWriter writer(CHANNEL);
+        DualBuffReader reader(CHANNEL);
+        RawSegment raw(CHANNEL);
+        writer.write("lost", 4);
+        row.scribble(raw.header());
+        EXPECT_EQ(writer.write("refused", 7), -1);
+        EXPECT_EQ(drainOnce(reader), "");
+        EXPECT_EQ(writer.write("fine", 4), 0);
+        EXPECT_EQ(drainOnce(reader), "fine");
+    }
 }
 
 }  // namespace
