@@ -160,8 +160,10 @@ bool HeadlessBrowser::open(const std::string& url, std::string& why) {
 
 std::string HeadlessBrowser::evaluate(const std::string& expression) {
     const auto r = call("Runtime.evaluate", {{"expression", expression}, {"returnByValue", true}}, 30000);
-    if (r.is_null() || !r.contains("result") || !r["result"]["result"]["value"].is_string()) return {};
-    return r["result"]["result"]["value"];
+    // Before the page has run its script the answer carries no value: no key may be assumed.
+    const nlohmann::json::json_pointer value("/result/result/value");
+    if (!r.is_object() || !r.contains(value) || !r[value].is_string()) return {};
+    return r[value];
 }
 
 bool HeadlessBrowser::screenshot(const std::string& path) {
