@@ -148,6 +148,14 @@ TEST_F(DemoChain, MalformedTelegramsDoNotDisturbTheAdapter) {
     EXPECT_TRUE(pnio->running());
     const PlcRun good = plc({"status"});
     EXPECT_EQ(good.code, 0) << good.output;
+
+    // Without a gateway to talk to, the command line ends with its connection exit code and says why.
+    ChildProcess lost(SRCI_PLC_BIN, {"--port", "1", "status"}, dir.path(), dir.file("lost.out"));
+    ASSERT_TRUE(lost.waitExit(20000));
+    EXPECT_EQ(lost.exitCode(), 3);
+    EXPECT_NE(readFile(dir.file("lost.out")).find("srci-plc: connect: nothing listens on 127.0.0.1:1"),
+              std::string::npos)
+        << readFile(dir.file("lost.out"));
 }
 
 }  // namespace
