@@ -10,7 +10,7 @@ TSAN_DIR  ?= build-tsan
 FUZZ_DIR  ?= build-fuzz
 FUZZ_SECONDS ?= 60
 COV_DIR   ?= build-cov
-# Build-tree folders whose tests make coverage runs, e.g. COV_DIRS="tests/srl tests/plc".
+# Build-tree folders whose tests make coverage runs (the soak and the install check aside), e.g. COV_DIRS="tests/srl tests/plc".
 COV_DIRS  ?= tests
 SOAK_MINUTES ?= 30
 # Extra CMake options for every configure, e.g. CMAKE_ARGS=-DSRCI_WERROR=ON (as .ci/run does).
@@ -20,7 +20,7 @@ FORMAT_FILES = $(shell git ls-files '*.cpp' '*.h' '*.hpp')
 DEB_PACKAGES := cmake g++ make libgtest-dev libgmock-dev libbenchmark-dev \
                 clang libclang-rt-14-dev procps liborocos-kdl-dev ccache \
                 libcli11-dev nlohmann-json3-dev libcpp-httplib-dev tshark chromium \
-                gnuplot-nox help2man pkg-config dpkg-dev file lintian fakeroot clang-format clang-tidy
+                gnuplot-nox help2man gcovr pkg-config dpkg-dev file lintian fakeroot clang-format clang-tidy
 
 .PHONY: all deps build test asan tsan fuzz fuzz-ci soak bench bench-cycle coverage demo package clean format format-check tidy
 
@@ -95,8 +95,8 @@ coverage: deps
 	cmake --build $(COV_DIR) -j $(JOBS)
 	find $(COV_DIR) -name '*.gcda' -delete
 	@set -e; for d in $(COV_DIRS); do echo "== tests in $$d"; \
-	  ( cd $(COV_DIR)/$$d && ctest -j $(JOBS) -LE soak --output-on-failure ); done
-	gcovr -r $(CURDIR) --object-directory $(COV_DIR) -j $(JOBS) \
+	  ( cd $(COV_DIR)/$$d && ctest -j $(JOBS) -LE "soak|install" --output-on-failure ); done
+	gcovr -r $(CURDIR) --object-directory $(COV_DIR) -j $(JOBS) --gcov-ignore-parse-errors \
 	  --filter '$(CURDIR)/(srci|srl|srciport|zlog|qxutil|tools)/' \
 	  --json $(COV_DIR)/coverage.json --print-summary
 
@@ -134,4 +134,4 @@ package: deps
 	@ls -l $(PKG_DIR)/*.deb
 
 clean:
-	rm -rf $(BUILD) $(ASAN_DIR) $(TSAN_DIR) $(FUZZ_DIR) $(PKG_DIR)
+	rm -rf $(BUILD) $(ASAN_DIR) $(TSAN_DIR) $(FUZZ_DIR) $(PKG_DIR) $(COV_DIR)

@@ -23,6 +23,10 @@ int initWaitSteps = INIT_WAIT_STEPS;
 
 std::atomic_ref<uint32_t> stateOf(SegmentHeader* h) { return std::atomic_ref<uint32_t>(h->state); }
 
+// Fill levels are written under data_lock but also read without it (Segment::drain's first look).
+std::atomic_ref<uint64_t> usedOf(SegmentHeader* h, uint32_t half) { return std::atomic_ref<uint64_t>(h->used[half]); }
+std::atomic_ref<uint32_t> activeOf(SegmentHeader* h) { return std::atomic_ref<uint32_t>(h->active); }
+
 // Takes a robust mutex, repairing it when its previous owner died while holding it. The
 // data it guards is consistent at every instant a holder can die (fill levels move only
 // after the copy), so marking it consistent is all the repair needed.
@@ -166,12 +170,19 @@ int Segment::append(const void* data, size_t len) {
         return -1;
     }
     std::memcpy(halfAt(base_, a) + h->used[a], data, len);
-    h->used[a] += len;  // only now is the record visible to the reader
+    usedOf(h, a).store(h->used[a] + len, std::memory_order_release);  // only now is the record visible
     return 0;
 }
 
 size_t Segment::drain(void* out) {
     SegmentHeader* h = header();
+    // The reader polls every few milliseconds and mostly finds nothing: that much is seen without
+    // taking the locks. A record published right after this look waits for the next drain, as it
+    // would had it come right after a locked drain; damaged bookkeeping still takes the slow path.
+    if (usedOf(h, 0).load(std::memory_order_acquire) == 0 && usedOf(h, 1).load(std::memory_order_acquire) == 0 &&
+        activeOf(h).load(std::memory_order_relaxed) <= 1) {
+        return 0;
+    }
     RobustGuard drainGuard(&h->drain_lock, true);
     if (!drainGuard.ok()) {
         return 0;  // another reader is busy, or the lock is unusable
@@ -185,9 +196,9 @@ size_t Segment::drain(void* out) {
         }
         if (h->active > 1 || h->used[0] > HALF_SIZE || h->used[1] > HALF_SIZE) {
             // Scribbled-over bookkeeping: whatever was pending cannot be trusted.
-            h->active = 0;
-            h->used[0] = 0;
-            h->used[1] = 0;
+            activeOf(h).store(0, std::memory_order_relaxed);
+            usedOf(h, 0).store(0, std::memory_order_relaxed);
+            usedOf(h, 1).store(0, std::memory_order_relaxed);
             return 0;
         }
         uint32_t other = h->active ^ 1u;
@@ -198,7 +209,7 @@ size_t Segment::drain(void* out) {
             if (h->used[idx] == 0) {
                 return 0;
             }
-            h->active = other;
+            activeOf(h).store(other, std::memory_order_relaxed);
         }
         n = h->used[idx];
     }
@@ -206,7 +217,7 @@ size_t Segment::drain(void* out) {
     std::memcpy(out, halfAt(base_, idx), n);
     RobustGuard guard(&h->data_lock);
     if (guard.ok()) {
-        h->used[idx] = 0;
+        usedOf(h, idx).store(0, std::memory_order_relaxed);
     }
     return n;
 }

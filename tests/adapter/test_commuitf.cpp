@@ -1,7 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 // The PLC link against a process image created here, standing in for the I/O manager.
 #include <gtest/gtest.h>
+#include <sys/sem.h>
+
+#include <atomic>
+#include <chrono>
 #include <cstring>
+#include <future>
+#include <string>
+#include <thread>
 
 #include "itf_commu/commuitf.h"
 #include "itf_rc/srci_errcode.h"
@@ -23,6 +30,29 @@ int initCode(CommuItf& commu, unsigned retries) {
     }
     return 0;
 }
+
+// Another thread takes the semaphore and keeps it until let go, or 1 s at most, so an exchange
+// that blocks on it still ends and the test can fail.
+struct SemaphoreHolder {
+    explicit SemaphoreHolder(int sem)
+        : thread([this, sem] {
+              sembuf take{0, -1, 0}, give{0, 1, 0};
+              semop(sem, &take, 1);
+              taken.set_value();
+              release.get_future().wait_for(std::chrono::seconds(1));
+              holding = false;
+              semop(sem, &give, 1);
+          }) {
+        taken.get_future().wait();
+    }
+    ~SemaphoreHolder() {
+        release.set_value();
+        thread.join();
+    }
+    std::promise<void> taken, release;
+    std::atomic<bool> holding{true};
+    std::thread thread;  // last: it starts once the rest exists
+};
 
 TEST(CommuItf, RefusesMissingImageAndWrongAttachmentCount) {
     ProcessImage::removeStale();
@@ -69,6 +99,36 @@ TEST(CommuItf, CopiesTheSrciAreasOnly) {
     EXPECT_EQ(image(pnio).srci.srci_in[9], 0x11);
     EXPECT_EQ(image(pnio).srci.srci_in[10], 0xAA) << "bytes past a short send keep the older answer";
     EXPECT_EQ(image(pnio).pnio.DI[0], 0x1234) << "other areas untouched";
+}
+
+// A stalled I/O manager holding the semaphore must not stop the cycle: each exchange gives up
+// after a bounded wait and goes on with the telegram it already has.
+TEST(CommuItf, ExchangesGoOnWithStaleDataWhileTheSemaphoreIsHeld) {
+    ProcessImage pnio(2);
+    CommuItf commu;
+    ASSERT_EQ(initCode(commu, 10), 0);
+    image(pnio).srci.srci_out[7] = 0x11;
+    uint8_t telegram[256] = {}, answer[256];
+    commu.recvFromPlc(telegram, sizeof telegram);
+    std::memset(answer, 0x44, sizeof answer);
+    {
+        SemaphoreHolder holder(pnio.semaphore());
+        image(pnio).srci.srci_out[7] = 0x22;  // written behind the stalled holder's back
+        image(pnio).srci.srci_in[3] = 0x33;
+        testing::internal::CaptureStdout();
+        for (int i = 0; i < 20; ++i) {
+            commu.recvFromPlc(telegram, sizeof telegram);
+            commu.sendToPlc(answer, sizeof answer);
+        }
+        EXPECT_TRUE(holder.holding) << "the exchanges waited for the holder to let go";
+        std::string expected;
+        for (int i = 0; i < 40; ++i) expected += "sem_p error, ";
+        EXPECT_EQ(testing::internal::GetCapturedStdout(), expected);
+        EXPECT_EQ(telegram[7], 0x11) << "a failed wait keeps the previous telegram";
+        EXPECT_EQ(image(pnio).srci.srci_in[3], 0x33) << "a failed wait skips the copy into the image";
+    }
+    commu.recvFromPlc(telegram, sizeof telegram);
+    EXPECT_EQ(telegram[7], 0x22) << "fresh data once the semaphore is free again";
 }
 
 }  // namespace

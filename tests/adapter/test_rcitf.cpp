@@ -7,6 +7,7 @@
 #include <functional>
 #include <iterator>
 #include <limits>
+#include <thread>
 #include <vector>
 
 #include "itf_rc/rcitf.h"
@@ -79,21 +80,29 @@ TEST_F(RcItfTest, MinusOneReadsTheActiveTool) {
 }
 
 // Selecting the tool or frame that is already active is no change: no port command, no pause.
-// Every real change keeps both; -1 selects nothing.
+// Every real change keeps both; -1 selects nothing. The controller's active id decides, not what
+// the adapter selected last: a tool reset behind the adapter's back is undone with its pause.
 TEST_F(RcItfTest, OnlyARealToolOrFrameChangeSendsAndPauses) {
     powerAndEnable();
     struct Case {
         const char* what;
         int tool, frame;
         std::vector<int> pauses;
+        bool armResetsTool = false;
     };
     // The arm starts with tool 0 and frame 0 active; each row starts where the previous ended.
     const Case cases[] = {
-        {"both already active", 0, 0, {}}, {"new tool only", 3, 0, {15}},   {"new frame only", 3, 5, {15}},
-        {"same again", 3, 5, {}},          {"both change", 1, 2, {15, 15}}, {"keep both (-1)", -1, -1, {}},
+        {"both already active", 0, 0, {}},
+        {"new tool only", 3, 0, {15}},
+        {"new frame only", 3, 5, {15}},
+        {"same again", 3, 5, {}},
+        {"both change", 1, 2, {15, 15}},
+        {"keep both (-1)", -1, -1, {}},
+        {"the arm went back to tool 0", 1, 2, {15}, true},
     };
     int tool = 0, frame = 0;
     for (const Case& c : cases) {
+        if (c.armResetsTool) SimArm::instance().setToolId(0);
         sleeps.clear();
         rc->setToolId(c.tool);
         rc->setUsrFrameId(c.frame);
@@ -103,18 +112,6 @@ TEST_F(RcItfTest, OnlyARealToolOrFrameChangeSendsAndPauses) {
         EXPECT_EQ(rc->getCurrentTooldId(), tool) << c.what;
         EXPECT_EQ(rc->getCurrentUserFrameId(), frame) << c.what;
     }
-}
-
-// The controller's active id decides, not what the adapter selected last: a change made behind
-// the adapter's back (the arm reset to tool 0) is undone by a real command with its pause.
-TEST_F(RcItfTest, ToolSelectionComparesWithTheControllersActiveId) {
-    powerAndEnable();
-    rc->setToolId(4);
-    SimArm::instance().setToolId(0);
-    sleeps.clear();
-    rc->setToolId(4);
-    EXPECT_EQ(sleeps, (std::vector<int>{15}));
-    EXPECT_EQ(rc->getCurrentTooldId(), 4);
 }
 
 TEST_F(RcItfTest, MoveInTheActiveToolAndFrameDoesNotPause) {
@@ -162,27 +159,14 @@ TEST_F(RcItfTest, PowerWaitsInSecondStepsAndARefusalFailsAtOnce) {
     EXPECT_TRUE(sleeps.empty());
 }
 
-TEST_F(RcItfTest, EnableRefusedUnderEmergencyStopAndDisabledArmCountsAsDone) {
+TEST_F(RcItfTest, EnableRefusedUnderAProtectiveStopUntilItIsAcknowledged) {
     rc->robotPower(true);
     SimArm::instance().setPStop(true);
     EXPECT_EQ(thrownCode([&] { rc->robotEnable(true); }), err_enable);
     SimArm::instance().setPStop(false);
     rc->exit_protect(0);  // a released stop stays latched until acknowledged
     rc->robotEnable(true);
-    ASSERT_TRUE(rc->isRobotEnable());
-
-    MoveCmdParam move;
-    move.type = MotionCmdType2::Axes;
-    move.jpos = JOINTS(30, 0, 0, 0, 0, 0);
-    move.generalParam = MoveCmdGeneralParam{20, 50, 0, 7};
-    rc->robotMoveJoint(move);
-    SimArm::instance().step(0.1);
-    EXPECT_FALSE(rc->isRcInstDone());
-    EXPECT_TRUE(rc->isRcMoving());
-    EXPECT_EQ(rc->getCurTrajId(), 7);
-    rc->robotEnable(false);
-    EXPECT_TRUE(rc->isRcInstDone()) << "nothing executes on a disabled arm";
-    EXPECT_FALSE(rc->isRcMoving());
+    EXPECT_TRUE(rc->isRobotEnable());
 }
 
 TEST_F(RcItfTest, TurnNumbersCountRevolutionsAndOutOfRangeGivesZero) {
@@ -289,6 +273,54 @@ TEST_F(RcItfTest, SpeedAccCheckRefusesOnlyNegativeValues) {
     EXPECT_EQ(thrownCode([] { RcItf::checkSpeedAcc(0, 0); }), 0);
     EXPECT_EQ(thrownCode([] { RcItf::checkSpeedAcc(-0.1, 1); }), err_move);
     EXPECT_EQ(thrownCode([] { RcItf::checkSpeedAcc(1, -0.1); }), err_move);
+}
+
+// A cycle's status readers share one poll, but never past a command or a wait of the adapter,
+// from whichever thread.
+TEST_F(RcItfTest, ReadsShareOnePollUntilTheAdapterTouchesTheController) {
+    powerAndEnable();
+    struct Row {
+        const char* what;
+        std::function<void(RcItf*)> touch;
+        bool seen;  // whether the arm's tool change shows in the next read
+    } rows[] = {
+        {"nothing: the shared poll stands", [](RcItf*) {}, false},
+        {"a command on this thread", [](RcItf* rc) { rc->SetSpeedRatio(0.5); }, true},
+        {"a frame selection, command and pause", [](RcItf* rc) { rc->setUsrFrameId(2); }, true},
+        {"a command on another thread", [](RcItf* rc) { std::thread([rc] { rc->SetSpeedRatio(0.25); }).join(); }, true},
+    };
+    for (const Row& r : rows) {
+        SimArm::instance().setToolId(0);
+        const SharedStatusPoll shared;
+        ASSERT_EQ(rc->getCurrentTooldId(), 0) << r.what;
+        SimArm::instance().setToolId(4);  // behind the adapter's back
+        r.touch(rc);
+        EXPECT_EQ(rc->getCurrentTooldId(), r.seen ? 4 : 0) << r.what;
+    }
+    SimArm::instance().setToolId(7);
+    EXPECT_EQ(rc->getCurrentTooldId(), 7) << "without a shared poll every read polls";
+}
+
+// A repeated forward solution is answered from the last one only while joints, tool, frame and
+// the arm's kinematic table are all unchanged.
+TEST_F(RcItfTest, RepeatedForwardSolutionFollowsEveryInputAndANewKinematicTable) {
+    const POSE tool(0, 0, 100, 0, 0, 0), frame(100, 0, 0, 0, 0, 30);
+    auto solve = [&](const JOINTS& j, const POSE& t) {
+        POSE p;
+        SEW sew;
+        rc->get(true)->fkine(j, p, sew, t, frame);
+        return p;
+    };
+    const JOINTS joints(10, -20, 30, 40, 50, 60);
+    const POSE first = solve(joints, tool);
+    EXPECT_TRUE(solve(joints, tool).match(first));
+    EXPECT_FALSE(solve(JOINTS(11, -20, 30, 40, 50, 60), tool).match(first)) << "joints";
+    EXPECT_FALSE(solve(joints, POSE(0, 0, 120, 0, 0, 0)).match(first)) << "tool";
+    double dh[6][4] = {{-90, 100, 400, 0}, {0, 450, 0, -90}, {-90, 50, 0, 0},
+                       {90, 0, 450, 0},    {-90, 0, 0, 0},   {0, 0, 120, 0}};  // a longer flange
+    EXPECT_TRUE(solve(joints, tool).match(first));
+    ASSERT_EQ(SimArm::instance().kineInit(dh), 0);
+    EXPECT_FALSE(solve(joints, tool).match(first)) << "the arm's kinematic table";
 }
 
 }  // namespace

@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <gtest/gtest.h>
 
-#include <cmath>
+#include <limits>
+#include <string>
 
 #include "itf_rc/srci_errcode.h"
+#include "itf_rc/srci_log.h"
 #include "itf_rc/srci_records.h"
 #include "itf_rc/srci_types.h"
 
@@ -109,13 +111,23 @@ TEST(Records, DynamicsAndLoadTextsKeepTheirLineFeeds) {
     EXPECT_EQ(f.str(), "refIndex: 3, frame: x: 0, y: 0, z: 0, rx: 0, ry: 0, rz: 0");
 }
 
-TEST(ErrorCodes, AliasesEqualStandardCodesAndInternalCodesStayApart) {
-    EXPECT_EQ(err_cmd_not_support, ERR_CMD_NOT_IMPLEMENTED);
-    EXPECT_EQ(err_cmd_not_support, 36625);
-    EXPECT_EQ(err_manual_step, ERR_CMD_SPECIFIC_MANUAL_STEP_NOT_ALLOWED_IN_AUTO_EXT);
-    EXPECT_EQ(err_refDyn_vel, ERR_CMD_SPECIFIC_INVALID_PARAMETER_REF_DYNAMICS_VEL);
-    EXPECT_EQ(err_external_tcp, ERR_CMD_PARAMETER_NOT_SUPPORTED_EXTERNAL_TCP);
-    EXPECT_GT(err_ini_no_file, 0xFFFF);
-    EXPECT_GT(err_ini_no_file, static_cast<int>(ERR_FAT_RI_INVALID_EXECUTION_MODE_CHANGE));
-    EXPECT_EQ(static_cast<int>(ES_Error), static_cast<int>(Error));
+// Log texts built in a fixed buffer must read exactly as the string concatenation they replace.
+TEST(LogText, NumbersReadAsToStringWritesThemAndLongTextsStayWhole) {
+    const std::string rows[][2] = {
+        {std::string((LogText() << "id: " << uint32_t{4294967295u}).view()), "id: " + std::to_string(4294967295u)},
+        {std::string((LogText() << -2147483647 - 1).view()), std::to_string(-2147483647 - 1)},
+        {std::string((LogText() << static_cast<unsigned char>(200)).view()), std::to_string(200)},
+        {std::string(LogText().fixed(0.5).view()), std::to_string(0.5)},
+        {std::string(LogText().fixed(-1e20).view()), std::to_string(-1e20)},
+        {std::string(LogText().fixed(std::numeric_limits<double>::max()).view()),
+         std::to_string(std::numeric_limits<double>::max())},
+    };
+    for (const auto& r : rows) EXPECT_EQ(r[0], r[1]);
+    LogText text;
+    std::string expected;
+    for (int i = 0; i < 200; ++i) {
+        text << i << ", ";
+        expected += std::to_string(i) + ", ";
+    }
+    EXPECT_EQ(text.view(), expected);
 }

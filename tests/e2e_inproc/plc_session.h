@@ -27,6 +27,11 @@ inline double field(const srci_plc::CommandResult& r, const std::string& name) {
     return 0;
 }
 
+// A joint move of J1 from the pose the suites work in.
+inline ParamValues axes(double j1, double vel = 80, double acc = 80) {
+    return {{"j1", j1}, {"j2", -20}, {"j3", 80}, {"j4", 0}, {"j5", 60}, {"j6", 0}, {"vel", vel}, {"acc", acc}};
+}
+
 inline SrciPortStat arm() {
     SrciPortStat s;
     SimArm::instance().snapshot(s);

@@ -4,40 +4,25 @@
 // handlers, the simulated arm's step) makes no heap allocation. Allocations are counted on this
 // thread only while the in-process adapter runs a cycle; the PLC client's own work in between is
 // not counted.
-#include <execinfo.h>
 #include <gtest/gtest.h>
 
-#include <cstdio>
-#include <cstdlib>
 #include <thread>
 
 #include "counted_new.h"
 #include "inprocess_adapter.h"
-#include "srci_plc/command_catalog.hpp"
+#include "plc_command.h"
 #include "srci_plc/status_word.hpp"
 
-namespace {
-
-thread_local bool counting = false;
-thread_local long allocations = 0;
-bool traceAllocations = std::getenv("SRCI_TRACE_ALLOC") != nullptr;
-
-}  // namespace
+static thread_local bool counting = false;
+static thread_local long allocations = 0;
 
 void noteAllocation() {
-    if (!counting) return;
-    ++allocations;
-    if (traceAllocations && allocations <= 20) {
-        counting = false;  // backtrace itself may allocate
-        void* frames[16];
-        const int n = backtrace(frames, 16);
-        std::fprintf(stderr, "-- allocation %ld\n", allocations);
-        backtrace_symbols_fd(frames, n, 2);
-        counting = true;
-    }
+    if (counting) ++allocations;
 }
 
 namespace {
+
+using srci_test::command;
 
 // Counts every cycle the client asks for while `count` is set.
 class CountingTransport : public srci_plc::Transport {
@@ -62,8 +47,6 @@ void startOnce() {
     }();
     (void)started;
 }
-
-const srci_plc::CommandDef& command(const char* name) { return *srci_plc::find_command(name); }
 
 srci_plc::ParamValues axes(double j1, double vel) {
     return {{"j1", j1}, {"j2", 0}, {"j3", 0}, {"j4", 0}, {"j5", 90}, {"j6", 0}, {"vel", vel}, {"acc", 50}};
@@ -111,7 +94,7 @@ TEST(AllocCycle, SteadyCyclesWithMovesRunningAllocateNothing) {
     transport.count = false;
 
     EXPECT_TRUE(srci_plc::decode_status_word(client.last_telegram().status).is_moving) << "the arm must still move";
-    EXPECT_EQ(allocations, 0) << "heap allocations in 1000 steady cycles (SRCI_TRACE_ALLOC=1 prints where)";
+    EXPECT_EQ(allocations, 0) << "heap allocations in 1000 steady cycles";
 }
 
 // The cycles in which a sent move starts, reports and finishes log each change of its state;
@@ -141,7 +124,7 @@ TEST(AllocCycle, StateChangesOfBackToBackShortMovesAllocateNothing) {
         total += allocations;
     }
     EXPECT_GT(counted, 40) << "the moves must have taken cycles";
-    EXPECT_EQ(total, 0) << "heap allocations while 20 moves started and finished (SRCI_TRACE_ALLOC=1 prints where)";
+    EXPECT_EQ(total, 0) << "heap allocations while 20 moves started and finished";
 }
 
 }  // namespace

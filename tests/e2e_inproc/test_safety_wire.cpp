@@ -4,12 +4,10 @@
 // run in order in one process and build on the enabled robot of the first one.
 #include <gtest/gtest.h>
 
-#include <cmath>
 #include <cstring>
 #include <map>
 #include <string>
 #include <utility>
-#include <variant>
 #include <vector>
 
 #include "plc_session.h"
@@ -17,10 +15,6 @@
 using namespace srci_test;
 
 namespace {
-
-ParamValues axes(double j1, double vel = 80) {
-    return {{"j1", j1}, {"j2", -20}, {"j3", 80}, {"j4", 0}, {"j5", 60}, {"j6", 0}, {"vel", vel}, {"acc", 80}};
-}
 
 class SafetyWire : public PlcSession {
 protected:
@@ -128,6 +122,8 @@ TEST_F(SafetyWire, LimitsChangeThroughWorkAreaZeroAndTheArmAlwaysGetsBack) {
     ASSERT_TRUE(writeJ1(-165, 90).ok());
     ASSERT_TRUE(writeJ1(100, 160).ok());  // the new minimum lies above the old maximum
     EXPECT_EQ(j1Limits(), (std::pair<double, double>(100, 160)));
+    EXPECT_FLOAT_EQ(field(run("read-limits"), "max_j1"), 160);
+    EXPECT_DOUBLE_EQ(arm().soft_limits[0], 100);
     EXPECT_TRUE(writeJ1(160, 100).ok());  // answered as always, but refused by the arm
     EXPECT_EQ(j1Limits(), (std::pair<double, double>(100, 160)));
 

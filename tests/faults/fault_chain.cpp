@@ -2,13 +2,10 @@
 #include "fault_chain.h"
 
 #include <sys/shm.h>
-#include <sys/socket.h>
-#include <sys/un.h>
 #include <unistd.h>
 
 #include <chrono>
 #include <cmath>
-#include <cstdio>
 #include <regex>
 #include <sstream>
 #include <thread>

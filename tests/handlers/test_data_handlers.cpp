@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // Tool, frame, load and dynamics handlers: numbers, refusals, "255 = the current one", and what
 // reaches the store and the controller.
+#include <functional>
+
 #include "handler_fixture.h"
 
 using namespace handler_test;
@@ -171,6 +173,34 @@ TEST_F(HandlerTest, DynamicsWritesKeepWhatIsNotGivenAndRefuseDecelerationAndJerk
                                                                        LRob_typeServerCmdReadRobotDefaultDynamics{});
     EXPECT_EQ(read.rsp.DefaultDynamics.Data.VelocityRate, 5000);
     EXPECT_EQ(read.rsp.DefaultDynamics.Data.DecelerationRate, 55536) << "-1 in 16 bits";
+}
+
+// The tool, frame and load handlers run their bodies in lambdas; their log lines must still name
+// the handler, both on success and on a refused number.
+TEST_F(HandlerTest, DataHandlerLogLinesNameTheHandler) {
+    const auto run = [](Handler fn, const auto& cmd) { return [fn, cmd] { call<LRob_typeServerRspHeader>(fn, cmd); }; };
+    struct Row {
+        const char* handler;
+        std::function<void()> call;
+    } rows[] = {
+        {"srl_write_tool_data_funs", run(srl_write_tool_data_funs, toolWrite(3, 1))},
+        {"srl_write_tool_data_funs", run(srl_write_tool_data_funs, toolWrite(16, 1))},
+        {"srl_read_tool_data_funs", run(srl_read_tool_data_funs, LRob_typeServerCmdReadToolData{{}, 3})},
+        {"srl_read_tool_data_funs", run(srl_read_tool_data_funs, LRob_typeServerCmdReadToolData{{}, 16})},
+        {"srl_write_frame_data_funs", run(srl_write_frame_data_funs, frameWrite(2, 0, 1))},
+        {"srl_write_frame_data_funs", run(srl_write_frame_data_funs, frameWrite(2, 2, 1))},
+        {"srl_read_frame_data_funs", run(srl_read_frame_data_funs, LRob_typeServerCmdReadFrameData{{}, 2})},
+        {"srl_write_load_data_funs", run(srl_write_load_data_funs, LRob_typeServerCmdWriteLoadData{{}, {}, 2, 0})},
+        {"srl_read_load_data_funs", run(srl_read_load_data_funs, LRob_typeServerCmdReadLoad_Data{{}, 2})},
+        {"srl_read_load_data_funs", run(srl_read_load_data_funs, LRob_typeServerCmdReadLoad_Data{{}, 0})},
+    };
+    for (const Row& r : rows) {
+        motion_test::Log::clear();
+        r.call();
+        EXPECT_GE(logged(std::string("] ") + r.handler + ":"), 1u) << r.handler << "\n" << motion_test::Log::text();
+        EXPECT_EQ(logged("operator()"), 0u) << r.handler;
+        EXPECT_EQ(logged("badNumber"), 0u) << r.handler;
+    }
 }
 
 }  // namespace

@@ -70,6 +70,7 @@ TEST_F(HandlerTest, EnableRefusalsComeInOrderAndLeaveTheWishAlone) {
 }
 
 TEST_F(HandlerTest, EnableWithParametersAnswersHoldToRunManualStepAndStepModes) {
+    constexpr auto kManualOnlyInStepMode = ERR_CMD_SPECIFIC_MANUAL_STEP_ONLY_ALLOWED_IN_WHEN_STEPMODE_IS_ACTIVE;
     struct Row {
         const char* what;
         uint8_t stepMode, holdToRun, manualStep;
@@ -87,18 +88,7 @@ TEST_F(HandlerTest, EnableWithParametersAnswersHoldToRunManualStepAndStepModes) 
         {"hold, off path", 0, 1, 0, 1, 93, 0, 1, 4, 0, ERR_CMD_SPECIFIC_CONTINUE_NOT_ON_PATH, {}},
         {"hold continues", 0, 1, 0, 1, 93, 1, 0, 4, 0, 255, {115}},
         {"manual in auto", 0, 0, 1, 1, 93, 1, 0, 4, 0, err_manual_step, {}},
-        {"manual no step",
-         0,
-         0,
-         1,
-         1,
-         93,
-         1,
-         0,
-         5,
-         0,
-         ERR_CMD_SPECIFIC_MANUAL_STEP_ONLY_ALLOWED_IN_WHEN_STEPMODE_IS_ACTIVE,
-         {}},
+        {"manual no step", 0, 0, 1, 1, 93, 1, 0, 5, 0, kManualOnlyInStepMode, {}},
         {"manual disabled", 1, 0, 1, 0, 93, 1, 0, 5, 0, ERR_MANUAL_START_WITH_ROBOT_DISABLED, {}},
         {"manual steps", 1, 0, 1, 1, 93, 1, 0, 5, 0, err_stepmode_blending, {115}},
     };

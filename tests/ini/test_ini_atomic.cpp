@@ -39,7 +39,9 @@ private:
 IniRecord toolRecord(double base) {
     IniRecord tool("tool3");
     for (const char* key : {"x", "y", "z", "rx", "ry", "rz"}) tool.add(key, base += 1.25);
-    return tool.add("fixTCP", base > 100).add("loadId", static_cast<int>(base)).add("physicalToolId", 2);
+    return tool.add("fixTCP", base > 100)
+        .add("loadId", static_cast<int>(base))
+        .add("physicalToolId", static_cast<int>(base) % 7);
 }
 
 // What the same keys give written one by one: the format the record write must keep.
@@ -65,8 +67,8 @@ std::map<std::string, std::string> valuesOf(const IniRecord& record) {
 
 const char* const kStoreFile =
     "[refDyn]\nvel=300.000000\nacc=300.000000\ndec=-1.000000\njerk=-1.000000\n"
-    "[tool3]\nx=1.000000\ny=2.000000\nz=3.000000\nrx=0.000000\nry=0.000000\nrz=0.000000\n"
-    "fixTCP=false\nloadId=1\nphysicalToolId=0\n"
+    "[tool3]\nx=1.000000\ny=2.250000\nz=3.500000\nrx=4.750000\nry=6.000000\nrz=7.250000\n"
+    "fixTCP=false\nloadId=7\nphysicalToolId=0\n"
     "[userFrame1]\nx=5.000000\nrefIndex=0\n";
 
 TEST(IniAtomic, RecordIsOneReplacementWithTheBytesOfKeyByKeyWrites) {
@@ -79,7 +81,7 @@ TEST(IniAtomic, RecordIsOneReplacementWithTheBytesOfKeyByKeyWrites) {
     const Case cases[] = {
         {"fresh file", "", toolRecord(10), 1},
         {"every key changes", kStoreFile, toolRecord(10), 1},
-        {"one key changes, same length", kStoreFile, IniRecord("tool3").add("x", 7.0).add("y", 2.0).add("loadId", 1),
+        {"one key changes, same length", kStoreFile, IniRecord("tool3").add("x", 7.0).add("y", 2.25).add("loadId", 7),
          1},
         {"keys missing from the section", "[tool3]\nx=1.000000\n\n[b]\nk=1", toolRecord(-3), 1},
         {"new section at the end", kStoreFile, IniRecord("load2").add("mass", 1.5).add("ix", 0.0), 1},
@@ -127,12 +129,7 @@ TEST(IniAtomic, KilledAtEveryStepOfAToolWriteLeavesEachRecordWhole) {
     IniScratchDir dir;
     const std::string path = dir.file("srci.ini");
     writeBytes(path, kStoreFile);
-    const IniRecord oldTool = [] {
-        IniRecord r("tool3");
-        for (auto [k, v] : {std::pair{"x", 1.0}, {"y", 2.0}, {"z", 3.0}, {"rx", 0.0}, {"ry", 0.0}, {"rz", 0.0}})
-            r.add(k, v);
-        return r.add("fixTCP", false).add("loadId", 1).add("physicalToolId", 0);
-    }();
+    const IniRecord oldTool = toolRecord(-0.25);  // the tool3 of kStoreFile
     const IniRecord newTool = toolRecord(40);
     const std::string untouched = "[userFrame1]\nx=5.000000\nrefIndex=0\n";
 

@@ -51,6 +51,12 @@ TEST(IniGolden, SequenceOfPutsOnAFreshFile) {
         "[refDyn]\n"
         "vel=0.100000\n";
     EXPECT_EQ(readBytes(ini.path()), expected);
+    // Sections and keys enumerate in file order and end with "".
+    const minIni raw(ini.path());
+    EXPECT_EQ(raw.getsection(2), "refDyn");
+    EXPECT_EQ(raw.getsection(3), "");
+    EXPECT_EQ(raw.getkey("userFrame1", 3), "pad");
+    EXPECT_EQ(raw.getkey("userFrame1", 4), "");
 }
 
 TEST(IniGolden, EditsOfAHandWrittenFileKeepItsLayout) {

@@ -25,11 +25,7 @@ qxutil::DualBuffReader& reader() {
 
 void drainLocked() {
     static std::string buf(qxutil::DUAL_BUFF_MAX_SIZE, '\0');
-    for (;;) {
-        const int n = reader().read(buf.data());
-        if (n <= 0) break;
-        collected.append(buf.data(), static_cast<size_t>(n));
-    }
+    for (int n; (n = reader().read(buf.data())) > 0;) collected.append(buf.data(), static_cast<size_t>(n));
 }
 
 void removeChannels() {

@@ -13,10 +13,13 @@ std::vector<Call> recorded;
 int currentCycle = 0;
 int8_t nextMsgId = 1;
 
-void record(Call c) {
+// Returns the message id: like the interpreter, a new error gets one.
+int8_t record(Call c) {
     std::lock_guard<std::mutex> lock(mu);
     c.cycle = currentCycle;
-    recorded.push_back(std::move(c));
+    if (c.fn == "error_warning" && !c.processed) c.msgId = nextMsgId++;
+    recorded.push_back(c);
+    return c.msgId;
 }
 
 }  // namespace
@@ -32,20 +35,11 @@ void nextCycle() {
     ++currentCycle;
 }
 
-int cycle() {
-    std::lock_guard<std::mutex> lock(mu);
-    return currentCycle;
-}
-
-std::vector<Call> calls() {
-    std::lock_guard<std::mutex> lock(mu);
-    return recorded;
-}
-
 std::vector<Call> callsOf(const std::string& fn) {
+    std::lock_guard<std::mutex> lock(mu);
     std::vector<Call> out;
-    for (const Call& c : calls())
-        if (c.fn == fn) out.push_back(c);
+    for (const Call& c : recorded)
+        if (fn.empty() || c.fn == fn) out.push_back(c);
     return out;
 }
 
@@ -59,45 +53,20 @@ std::vector<Call> statesOf(int id) {
 }  // namespace srl_double
 
 void srl_set_robot_motion_state_1(int id, int state, int errorCode, int) {
-    srl_double::Call c;
-    c.fn = "motion_state";
-    c.id = id;
-    c.state = state;
-    c.errorCode = errorCode;
-    srl_double::record(c);
+    srl_double::record({.fn = "motion_state", .id = id, .state = state, .errorCode = errorCode});
 }
-
-namespace {
-void recordPlain(const char* fn) {
-    srl_double::Call c;
-    c.fn = fn;
-    srl_double::record(c);
-}
-}  // namespace
-
-void srl_set_interrupt_completed() { recordPlain("interrupt_completed"); }
-void srl_set_stop_completed() { recordPlain("stop_completed"); }
-
+void srl_set_interrupt_completed() { srl_double::record({.fn = "interrupt_completed"}); }
+void srl_set_stop_completed() { srl_double::record({.fn = "stop_completed"}); }
 void srl_set_jog_distance_togo(int distanceReached) {
-    srl_double::Call c;
-    c.fn = "jog_distance_togo";
-    c.state = distanceReached;
-    srl_double::record(c);
+    srl_double::record({.fn = "jog_distance_togo", .state = distanceReached});
 }
 
-// Like the interpreter, a new error gets a message id written back.
 int srl_report_error_warning(int8_t& id, bool isProcessed, uint16_t code, int8_t severity, std::string info) {
-    srl_double::Call c;
-    c.fn = "error_warning";
-    if (!isProcessed) {
-        std::lock_guard<std::mutex> lock(srl_double::mu);
-        id = srl_double::nextMsgId++;
-    }
-    c.msgId = id;
-    c.processed = isProcessed;
-    c.code = code;
-    c.severity = severity;
-    c.info = std::move(info);
-    srl_double::record(c);
+    id = srl_double::record({.fn = "error_warning",
+                             .msgId = id,
+                             .processed = isProcessed,
+                             .code = code,
+                             .severity = severity,
+                             .info = std::move(info)});
     return 0;
 }

@@ -19,13 +19,12 @@ struct Call {
     bool processed = false;
     uint16_t code = 0;
     int8_t severity = 0;
-    std::string info;
+    std::string info = {};
 };
 
 void reset();
 void nextCycle();
-int cycle();
-std::vector<Call> calls();
+// The calls of one report function in call order; every call for fn "".
 std::vector<Call> callsOf(const std::string& fn);
 // Motion state reports for one command id, in call order.
 std::vector<Call> statesOf(int id);

@@ -176,7 +176,7 @@ TEST_F(RulesTest, ErrorCodesAreLoggedInHex) {
 
 TEST_F(RulesTest, PendingErrorsAreReportedThenAcknowledgedInOrder) {
     helper.acknowledgePendingErrs();
-    EXPECT_TRUE(srl_double::calls().empty());
+    EXPECT_TRUE(srl_double::callsOf("").empty());
 
     helper.raisePendingErr(27651);
     helper.raisePendingErr(48);
@@ -211,7 +211,7 @@ TEST_F(RulesTest, AbortingExecutionModesDropQueuedCommandsSilently) {
         EXPECT_TRUE(motionManagerTemp.motionCmdList_.empty()) << mode;
     }
     EXPECT_EQ(Log::count("aborting mode..."), 2u);
-    EXPECT_TRUE(srl_double::calls().empty());
+    EXPECT_TRUE(srl_double::callsOf("").empty());
     motionManagerTemp.lastMotionControlCmd = srci::MotionFlagType::Ready;
 }
 

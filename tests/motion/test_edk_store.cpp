@@ -42,14 +42,10 @@ TEST_F(StoreTest, FirstStartCreatesCompleteFileAndSecondStartReadsItBackUnchange
     }
     EXPECT_FALSE(ini.hasSection("tool0"));
     EXPECT_FALSE(ini.hasSection("tool16"));
-    EXPECT_NEAR(ini.getDouble("refDyn", "vel"), 300.0, 1e-6);
-    EXPECT_NEAR(ini.getDouble("refDyn", "acc"), 300.0, 1e-6);
-    EXPECT_NEAR(ini.getDouble("refDyn", "dec"), -1.0, 1e-6);
-    EXPECT_NEAR(ini.getDouble("refDyn", "jerk"), -1.0, 1e-6);
-    EXPECT_NEAR(ini.getDouble("defaultDyn", "vel"), 0.9, 1e-6);
-    EXPECT_NEAR(ini.getDouble("defaultDyn", "acc"), 0.9, 1e-6);
-    EXPECT_NEAR(ini.getDouble("defaultDyn", "dec"), -1.0, 1e-6);
-    EXPECT_NEAR(ini.getDouble("defaultDyn", "jerk"), -1.0, 1e-6);
+    for (const auto& [section, rate] : {std::pair{"refDyn", 300.0}, {"defaultDyn", 0.9}}) {
+        const std::pair<const char*, double> keys[] = {{"vel", rate}, {"acc", rate}, {"dec", -1.0}, {"jerk", -1.0}};
+        for (const auto& [key, value] : keys) EXPECT_NEAR(ini.getDouble(section, key), value, 1e-6) << section << key;
+    }
 
     // Missing sections are logged: two dynamics lines and one code per tool, frame and load.
     EXPECT_EQ(Log::count("fail to read ini refDyn, use default"), 1u);

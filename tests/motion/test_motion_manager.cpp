@@ -225,7 +225,7 @@ TEST_F(JogsTest, JogWithoutDirectionStopsAndQueuesNothing) {
     mm.pushCmd(jogCmd(3, 0, 0.0));
     EXPECT_TRUE(mm.jogCmdIdList_.empty());
     cycle(20);
-    EXPECT_TRUE(srl_double::calls().empty());
+    EXPECT_TRUE(srl_double::callsOf("").empty());
 }
 
 // ---------------------------------------------------------------- record and pacing

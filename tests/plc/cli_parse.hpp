@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
-// The srci-plc command line as the tests feed it: argv without the program name, script lines.
+// The srci-plc command line as the tests feed it: argv without the program name, script lines; and the
+// text of the error a call ends with.
 #pragma once
+
+#include <gtest/gtest.h>
 
 #include <string>
 #include <vector>
@@ -17,3 +20,15 @@ inline GlobalOptions parse(std::vector<const char*> args) {
 inline CommandLine line(const std::string& text) { return parse_command_words(split_script_line(text)); }
 
 }  // namespace srci_plc::cli
+
+// What `fn` throws as `E`; a test failure when it returns or throws something else.
+template <class E, class F>
+std::string error_of(F fn) {
+    try {
+        fn();
+    } catch (const E& e) {
+        return e.what();
+    }
+    ADD_FAILURE() << "no error";
+    return "";
+}

@@ -25,25 +25,6 @@ TEST(CliOptions, ParsesOptionsUntilTheCommandAndRejectsBadOnes) {
     EXPECT_THROW(parse({}), UsageError);
 }
 
-TEST(CliOptions, ValidatesCommandLinesBeforeAnythingIsSent) {
-    EXPECT_NO_THROW(validate_command(line("move-axes 0 -30 90 0 60 0 vel=20 --no-wait # comment")));
-    EXPECT_NO_THROW(validate_command(line("jog joint j1+ rot=5")));
-    EXPECT_NO_THROW(validate_command(line("sleep 100")));
-    const char* bad[] = {"move-axes 0 vel=200",        // rate above 100 %
-                         "move-axes 0 vel=20 vel=30",  // twice
-                         "move-axes zero",             // not a number
-                         "read-tool 300",              // USINT overflow
-                         "jog sideways x+",            // bad mode
-                         "jog frame q+",               // bad axis
-                         "sleep -5",                   // negative
-                         "run other.srci",             // nested script
-                         "read-messages",              // owned by the session
-                         "teleport 1 2 3",             // unknown
-                         "stop now"};
-    for (const char* b : bad) EXPECT_THROW(validate_command(line(b)), UsageError) << b;
-    EXPECT_TRUE(split_script_line("   # only a comment").empty());
-}
-
 TEST(CliOutput, JsonEscapesTextAndNamesErrorCodes) {
     Outcome o;
     o.command = "read-tool";
@@ -76,6 +57,7 @@ protected:
         client = std::make_unique<Client>(peer, o);
         client->connect();
         runner = std::make_unique<CommandRunner>(*client, 5000, false, Client::Progress{});
+        forced = std::make_unique<CommandRunner>(*client, 5000, true, Client::Progress{});  // unannounced too
     }
 
     // A robot that enables, jogs by increments and finishes moves at once.
@@ -127,7 +109,7 @@ protected:
 
     FakeRobotPeer peer;
     std::unique_ptr<Client> client;
-    std::unique_ptr<CommandRunner> runner;
+    std::unique_ptr<CommandRunner> runner, forced;
     bool estop = false;
     bool hold_moves = false;   // moves stay Active
     int interrupt_after = -1;  // Ctrl-C after this many polls
@@ -150,8 +132,7 @@ TEST_F(RunnerTest, EnableThenDisableUpdatesTheSameCommand) {
 TEST_F(RunnerTest, IncrementalJogWaitsForDistanceReachedThenReleases) {
     EXPECT_FALSE(runner->run(line("jog joint j3- rot=5")).ok);  // GroupJog not announced
     EXPECT_TRUE(jog_directions.empty());
-    CommandRunner forced(*client, 5000, true, Client::Progress{});
-    const Outcome o = forced.run(line("jog joint j3- rot=5"));
+    const Outcome o = forced->run(line("jog joint j3- rot=5"));
     EXPECT_TRUE(o.ok) << format_text(o);
     ASSERT_EQ(jog_directions.size(), 2u);
     EXPECT_EQ(jog_directions[0], 0x01);  // Z/J3- set
@@ -164,9 +145,8 @@ TEST_F(RunnerTest, MotionWaitDoneAndConfigurationUpdates) {
     const Outcome refused = runner->run(line("move-axes 1 2 3 4 5 6"));
     EXPECT_FALSE(refused.ok);
     EXPECT_FALSE(refused.has_result);
-    CommandRunner forced(*client, 5000, true, Client::Progress{});
-    EXPECT_TRUE(forced.run(line("move-axes 1 2 3 4 5 6 --no-wait")).ok);
-    const Outcome w = forced.run(line("wait-done"));
+    EXPECT_TRUE(forced->run(line("move-axes 1 2 3 4 5 6 --no-wait")).ok);
+    const Outcome w = forced->run(line("wait-done"));
     EXPECT_TRUE(w.ok) << format_text(w);
 
     const Outcome cfg = runner->run(line("exchange-config lifesign_timeout=300"));
@@ -229,10 +209,9 @@ TEST(CliProgress, ARefusedEnableIsExplainedOnceAndThenQuiet) {
 
 TEST_F(RunnerTest, InterruptDuringAMoveStopsTheRobotBeforeExiting) {
     hold_moves = true;
-    CommandRunner forced(*client, 5000, true, Client::Progress{});
     interrupt_after = 20;
-    EXPECT_THROW(forced.run(line("move-axes 1 2 3 4 5 6")), InterruptedError);
-    const Outcome o = forced.stop_after_interrupt();
+    EXPECT_THROW(forced->run(line("move-axes 1 2 3 4 5 6")), InterruptedError);
+    const Outcome o = forced->stop_after_interrupt();
     ASSERT_EQ(stops.size(), 1u);
     EXPECT_TRUE(o.ok) << format_text(o);
     EXPECT_EQ(o.note, "interrupted: robot stopped (GroupStop Done)");
@@ -240,7 +219,7 @@ TEST_F(RunnerTest, InterruptDuringAMoveStopsTheRobotBeforeExiting) {
     interrupt_after = 5;  // nothing in motion any more: no second GroupStop
     hold_moves = false;
     EXPECT_THROW(runner->run(line("sleep 10000")), InterruptedError);
-    EXPECT_EQ(forced.stop_after_interrupt().note, "interrupted; nothing was moving");
+    EXPECT_EQ(forced->stop_after_interrupt().note, "interrupted; nothing was moving");
     EXPECT_EQ(stops.size(), 1u);
 }
 

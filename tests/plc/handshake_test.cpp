@@ -4,7 +4,9 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <memory>
 
+#include "cli_parse.hpp"
 #include "fake_robot_peer.hpp"
 #include "srci_plc/client.hpp"
 
@@ -25,6 +27,15 @@ void script(FakeRobotPeer& peer, FakeRobotPeer::Handler rest = {}, uint16_t leng
         if (c.cmd_type() >= 9000) answer_startup(p, c, length_acr);
         else if (rest) rest(p, c);
     };
+}
+
+// A client through the start-up with `peer` scripted as above.
+std::unique_ptr<Client> connected(FakeRobotPeer& peer, FakeRobotPeer::Handler rest = {},
+                                  ClientOptions o = fast_options()) {
+    script(peer, std::move(rest));
+    auto client = std::make_unique<Client>(peer, o);
+    client->connect();
+    return client;
 }
 
 const ReceivedCommand* find_received(const FakeRobotPeer& peer, uint16_t type, size_t nth = 0) {
@@ -83,35 +94,22 @@ TEST(ClientHandshake, FailsClearlyWhenTheRobotDoesNotCooperate) {
     ClientOptions o = fast_options();
     o.step_timeout_ms = 100;
     Client a(silent, o);
-    try {
-        a.connect();
-        FAIL() << "connect succeeded without a robot";
-    } catch (const ClientError& e) {
-        EXPECT_NE(std::string(e.what()).find("UNDEFINED"), std::string::npos) << e.what();
-    }
+    EXPECT_NE(error_of<ClientError>([&] { a.connect(); }).find("UNDEFINED"), std::string::npos);
 
     FakeRobotPeer refusing;
     refusing.on_command = [](FakeRobotPeer& p, const ReceivedCommand& c) {
         p.respond(c.cmd_id, 15, c.par_seq(), {}, 28, 0x8F11);
     };
     Client b(refusing, o);
-    try {
-        b.connect();
-        FAIL() << "connect succeeded although ReadMessages failed";
-    } catch (const ClientError& e) {
-        EXPECT_NE(std::string(e.what()).find("8F11"), std::string::npos) << e.what();
-    }
+    EXPECT_NE(error_of<ClientError>([&] { b.connect(); }).find("8F11"), std::string::npos);
 }
 
 TEST(ClientSequence, StopAndWaitRepeatsContentUntilAcknowledgedAndWrapsAt254) {
     FakeRobotPeer peer;
-    script(peer);
-    Client client(peer, fast_options());
-    client.connect();
-
+    auto client = connected(peer);
     peer.acknowledging = false;
-    client.submit(*find_command("reset"), {});
-    for (int i = 0; i < 10; ++i) client.cycle();
+    client->submit(*find_command("reset"), {});
+    for (int i = 0; i < 10; ++i) client->cycle();
     const size_t n = peer.sent_by_client.size();
     const auto& last = peer.sent_by_client[n - 1];
     // The ten telegrams after the one carrying the command repeat SEQ and fragments.
@@ -120,7 +118,7 @@ TEST(ClientSequence, StopAndWaitRepeatsContentUntilAcknowledgedAndWrapsAt254) {
         EXPECT_TRUE(std::equal(last.begin() + 20, last.end() - 1, peer.sent_by_client[i].begin() + 20));
     }
     peer.acknowledging = true;
-    for (int i = 0; i < 300; ++i) client.cycle();
+    for (int i = 0; i < 300; ++i) client->cycle();
     ASSERT_EQ(peer.received.back().cmd_type(), 1001);
     EXPECT_EQ(std::count_if(peer.received.begin(), peer.received.end(),
                             [](const ReceivedCommand& c) { return c.cmd_type() == 1001; }),
@@ -136,10 +134,25 @@ TEST(ClientSequence, StopAndWaitRepeatsContentUntilAcknowledgedAndWrapsAt254) {
     EXPECT_TRUE(wrapped);
 }
 
+// A PLC program reads the answer, decides, and its new command leaves with the next telegram,
+// not one stop-and-wait round later.
+TEST(ClientSequence, CommandSubmittedBetweenCyclesLeavesWithTheNextTelegram) {
+    FakeRobotPeer peer;
+    script(peer);
+    Client client(peer, fast_options());
+    client.connect();
+    for (int i = 0; i < 5; ++i) client.cycle();
+    const size_t before = peer.received.size();
+    client.submit(*find_command("reset"), {});
+    client.cycle();
+    ASSERT_EQ(peer.received.size(), before + 1);
+    EXPECT_EQ(peer.received.back().cmd_type(), 1001);
+}
+
 TEST(ClientCommands, LowestFreeSlotsAnswersOnlyOnNewAckAndErrorCodes) {
     FakeRobotPeer peer;
     std::vector<ReceivedCommand> moves;
-    script(peer, [&](FakeRobotPeer& p, const ReceivedCommand& c) {
+    auto client = connected(peer, [&](FakeRobotPeer& p, const ReceivedCommand& c) {
         if (c.cmd_type() == 2101) {
             moves.push_back(c);
             p.respond(c.cmd_id, 2, c.par_seq(), std::vector<uint8_t>(6, 0));  // Buffered
@@ -147,36 +160,34 @@ TEST(ClientCommands, LowestFreeSlotsAnswersOnlyOnNewAckAndErrorCodes) {
             p.respond(c.cmd_id, 15, c.par_seq(), {}, 28, 0x8F11);
         }
     });
-    Client client(peer, fast_options());
-    client.connect();
 
     const CommandDef& move = *find_command("move-axes");
-    const uint16_t a = client.submit(move, {{"j1", 1}});
-    const uint16_t b = client.submit(move, {{"j1", 2}});
+    const uint16_t a = client->submit(move, {{"j1", 1}});
+    const uint16_t b = client->submit(move, {{"j1", 2}});
     EXPECT_EQ(a, 4);  // 1..3 belong to the start-up commands
     EXPECT_EQ(b, 5);
-    const CommandResult ra = client.wait(a, WaitFor::Answer, 5000);
+    const CommandResult ra = client->wait(a, WaitFor::Answer, 5000);
     EXPECT_EQ(ra.header.state, cmd_state::kBuffered);
 
     // The robot keeps repeating the Buffered answers under an unchanged ACK:
     // they must count once.
     peer.acknowledging = false;
-    for (int i = 0; i < 20; ++i) client.cycle();
-    ASSERT_NE(client.acr().find(a), nullptr);
-    EXPECT_EQ(client.acr().find(a)->responses, 1u);
+    for (int i = 0; i < 20; ++i) client->cycle();
+    ASSERT_NE(client->acr().find(a), nullptr);
+    EXPECT_EQ(client->acr().find(a)->responses, 1u);
     peer.acknowledging = true;
 
     std::vector<uint8_t> done(6, 0);
     done[4] = 0x27;
     done[5] = 0x10;
     peer.respond(a, 10, 1, done);
-    const CommandResult fin = client.wait(a, WaitFor::Final, 5000);
+    const CommandResult fin = client->wait(a, WaitFor::Final, 5000);
     EXPECT_TRUE(fin.ok());
     EXPECT_EQ(fin.header.state, cmd_state::kDone);
-    client.cycle();                                  // slots free one cycle after their final answer
-    EXPECT_EQ(client.submit(move, {{"j1", 3}}), 3);  // ReadRobotData's slot, now free
+    client->cycle();                                  // slots free one cycle after their final answer
+    EXPECT_EQ(client->submit(move, {{"j1", 3}}), 3);  // ReadRobotData's slot, now free
 
-    const CommandResult err = client.execute(*find_command("read-position"), {}, WaitFor::Final, 5000);
+    const CommandResult err = client->execute(*find_command("read-position"), {}, WaitFor::Final, 5000);
     EXPECT_FALSE(err.ok());
     EXPECT_EQ(err.header.code, 0x8F11);
     EXPECT_EQ(err.cmd_id, a);
@@ -186,12 +197,10 @@ TEST(ClientCommands, LowestFreeSlotsAnswersOnlyOnNewAckAndErrorCodes) {
 
 TEST(ClientMessages, AcknowledgesEachMessageWithAParameterUpdate) {
     FakeRobotPeer peer;
-    script(peer);
     std::vector<RobotMessage> seen;
     ClientOptions o = fast_options();
     o.on_message = [&](const RobotMessage& m) { seen.push_back(m); };
-    Client client(peer, o);
-    client.connect();
+    auto client = connected(peer, {}, o);
 
     std::vector<uint8_t> body(40, 0);
     body[0] = 7;     // MsgID
@@ -203,7 +212,7 @@ TEST(ClientMessages, AcknowledgesEachMessageWithAParameterUpdate) {
     const char text[] = "drive fault";
     std::copy(text, text + 11, body.begin() + 16);
     peer.respond(1, 4, 1, body);
-    for (int i = 0; i < 20; ++i) client.cycle();
+    for (int i = 0; i < 20; ++i) client->cycle();
 
     ASSERT_EQ(seen.size(), 1u);
     EXPECT_EQ(seen[0].msg_id, 7);
@@ -219,47 +228,43 @@ TEST(ClientMessages, AcknowledgesEachMessageWithAParameterUpdate) {
 
 TEST(ClientFastStop, CountsStopsAndInterruptsAndClearsOnGroupResetDone) {
     FakeRobotPeer peer;
-    script(peer, [](FakeRobotPeer& p, const ReceivedCommand& c) { p.respond(c.cmd_id, 10, c.par_seq(), {0}); });
-    Client client(peer, fast_options());
-    client.connect();
+    auto client =
+        connected(peer, [](FakeRobotPeer& p, const ReceivedCommand& c) { p.respond(c.cmd_id, 10, c.par_seq(), {0}); });
     const auto fast_stop = [&] { return peer.sent_by_client.back()[1] >> 4; };
 
     EXPECT_EQ(fast_stop(), 0);
-    EXPECT_TRUE(client.execute(*find_command("stop"), {}, WaitFor::Final, 5000).ok());
+    EXPECT_TRUE(client->execute(*find_command("stop"), {}, WaitFor::Final, 5000).ok());
     EXPECT_EQ(fast_stop(), 1);
-    EXPECT_TRUE(client.execute(*find_command("pause"), {}, WaitFor::Final, 5000).ok());
+    EXPECT_TRUE(client->execute(*find_command("pause"), {}, WaitFor::Final, 5000).ok());
     EXPECT_EQ(fast_stop(), 2);
-    EXPECT_TRUE(client.execute(*find_command("continue"), {}, WaitFor::Final, 5000).ok());
+    EXPECT_TRUE(client->execute(*find_command("continue"), {}, WaitFor::Final, 5000).ok());
     EXPECT_EQ(fast_stop(), 2);
-    EXPECT_TRUE(client.execute(*find_command("reset"), {}, WaitFor::Final, 5000).ok());
-    client.cycle();
+    EXPECT_TRUE(client->execute(*find_command("reset"), {}, WaitFor::Final, 5000).ok());
+    client->cycle();
     EXPECT_EQ(fast_stop(), 0);
 }
 
 TEST(ClientSession, LosingInitializationEndsWaitsWithAnError) {
     FakeRobotPeer peer;
-    script(peer);
-    Client client(peer, fast_options());
-    client.connect();
-    const uint16_t id = client.submit(*find_command("move-axes"), {});
+    auto client = connected(peer);
+    const uint16_t id = client->submit(*find_command("move-axes"), {});
     peer.telegram_state = 165;
-    EXPECT_THROW(client.wait(id, WaitFor::Final, 5000), ClientError);
-    EXPECT_THROW(client.submit(*find_command("reset"), {}), ClientError);
+    EXPECT_THROW(client->wait(id, WaitFor::Final, 5000), ClientError);
+    EXPECT_THROW(client->submit(*find_command("reset"), {}), ClientError);
 }
 
 TEST(ClientCommands, SplitsQueuedPayloadsAcrossTelegramsAndSurvivesTornAnswers) {
     FakeRobotPeer peer;
-    script(peer, [](FakeRobotPeer& p, const ReceivedCommand& c) { p.respond(c.cmd_id, 10, c.par_seq(), {}); });
-    Client client(peer, fast_options());
-    client.connect();
+    auto client =
+        connected(peer, [](FakeRobotPeer& p, const ReceivedCommand& c) { p.respond(c.cmd_id, 10, c.par_seq(), {}); });
 
     // Two 154-byte work-area records cannot share one 231-byte sequence area.
     const CommandDef& write = *find_command("write-workarea");
-    const uint16_t a = client.submit(write, {{"area", 1}, {"radius", 10}});
-    const uint16_t b = client.submit(write, {{"area", 2}, {"radius", 20}});
+    const uint16_t a = client->submit(write, {{"area", 1}, {"radius", 10}});
+    const uint16_t b = client->submit(write, {{"area", 2}, {"radius", 20}});
     peer.tear_next = 3;  // the first answers arrive torn and must be ignored, not lost
-    EXPECT_TRUE(client.wait(a, WaitFor::Final, 5000).ok());
-    EXPECT_TRUE(client.wait(b, WaitFor::Final, 5000).ok());
+    EXPECT_TRUE(client->wait(a, WaitFor::Final, 5000).ok());
+    EXPECT_TRUE(client->wait(b, WaitFor::Final, 5000).ok());
 
     std::vector<const ReceivedCommand*> writes;
     for (const auto& c : peer.received)

@@ -74,16 +74,12 @@ void AdapterView::release_semaphore() {
     semop(sem_id_, &op, 1);
 }
 
-std::vector<uint8_t> AdapterView::plc_output() {
-    hold_semaphore();
-    std::vector<uint8_t> v(at(image_, kPlcOutput), at(image_, kPlcOutput) + kTelegramSize);
-    release_semaphore();
-    return v;
-}
+std::vector<uint8_t> AdapterView::plc_output() { return read(kPlcOutput); }
+std::vector<uint8_t> AdapterView::robot_input() { return read(kRobotInput); }
 
-std::vector<uint8_t> AdapterView::robot_input() {
+std::vector<uint8_t> AdapterView::read(size_t offset) {
     hold_semaphore();
-    std::vector<uint8_t> v(at(image_, kRobotInput), at(image_, kRobotInput) + kTelegramSize);
+    std::vector<uint8_t> v(at(image_, offset), at(image_, offset) + kTelegramSize);
     release_semaphore();
     return v;
 }

@@ -31,6 +31,7 @@ public:
     void release_semaphore();
 
 private:
+    std::vector<uint8_t> read(size_t offset);
     int shm_id_ = -1;
     int sem_id_ = -1;
     int nattch_before_ = -1;

@@ -1,19 +1,21 @@
 // SPDX-License-Identifier: Apache-2.0
 // A PLC client talking to the adapter straight through the process image, standing in for the
 // I/O manager: each exchange writes the PLC telegram and waits for the adapter's next answer.
+// Include where SRCI_SERVER_BIN names the adapter.
 #pragma once
 
-#include <sys/socket.h>
-#include <sys/un.h>
-#include <unistd.h>
+#include <gtest/gtest.h>
 
 #include <algorithm>
 #include <chrono>
 #include <cstring>
+#include <memory>
 #include <string>
 #include <thread>
 #include <variant>
 
+#include "arm_channel.h"
+#include "child_process.h"
 #include "plc_command.h"
 #include "process_image.h"
 #include "srci_plc/client.hpp"
@@ -65,22 +67,35 @@ inline double field(const srci_plc::CommandResult& r, const std::string& name) {
     return -1e300;
 }
 
-// One request line to the simulated arm's control channel; returns the answer line.
-inline std::string armRequest(const std::string& socketPath, const std::string& line) {
-    const int fd = socket(AF_UNIX, SOCK_STREAM, 0);
-    sockaddr_un addr{};
-    addr.sun_family = AF_UNIX;
-    std::strncpy(addr.sun_path, socketPath.c_str(), sizeof addr.sun_path - 1);
-    std::string answer;
-    if (connect(fd, reinterpret_cast<sockaddr*>(&addr), sizeof addr) == 0) {
-        const std::string request = line + "\n";
-        if (write(fd, request.data(), request.size()) == static_cast<ssize_t>(request.size())) {
-            char c;
-            while (read(fd, &c, 1) == 1 && c != '\n') answer += c;
-        }
+// srci_server in its own directory against a process image held here, and a PLC on that image.
+class ServerOverShm : public ::testing::Test {
+protected:
+    // True once the first answer shows: start-up powers the arm before the first cycle.
+    bool startServer() {
+        std::memset(image.robotToPlc(), 0, 256);
+        server = std::make_unique<ChildProcess>(SRCI_SERVER_BIN, std::vector<std::string>{}, dir.path(),
+                                                dir.file("out.txt"));
+        return eventually(
+            [&] {
+                uint8_t telegram[256];
+                image.readRobotTelegram(telegram);
+                return telegram[1] != 0;
+            },
+            30000);
     }
-    close(fd);
-    return answer;
-}
+
+    void connect(srci_plc::ClientOptions options = {}) {
+        transport = std::make_unique<ShmTransport>(image);
+        options.lifesign_timeout_ms = 2000;
+        client = std::make_unique<srci_plc::Client>(*transport, options);
+        client->connect();
+    }
+
+    ProcessImage image{2};
+    TempDir dir;
+    std::unique_ptr<ChildProcess> server;
+    std::unique_ptr<ShmTransport> transport;
+    std::unique_ptr<srci_plc::Client> client;
+};
 
 }  // namespace srci_test

@@ -17,7 +17,6 @@
 #include <thread>
 
 #include "INI/iniHandler.h"
-#include "child_process.h"
 #include "plc_over_shm.h"
 
 using namespace srci_test;
@@ -25,7 +24,6 @@ using srci_plc::WaitFor;
 
 namespace {
 
-const std::string kServer = SRCI_SERVER_BIN;
 using Values = std::map<std::string, double>;  // INI key -> value
 
 // One PLC write: the command, its parameters, and the INI keys it must reach.
@@ -59,34 +57,8 @@ Write makeWrite(std::mt19937& rng, int serial) {
     return w;
 }
 
-Values readRecord(const INI& ini, const std::string& section, const Values& like) {
-    Values now;
-    for (const auto& [key, value] : like) now[key] = ini.getDouble(section, key);
-    return now;
-}
-
-class KilledWriter : public ::testing::Test {
+class KilledWriter : public ServerOverShm {
 protected:
-    bool start() {
-        std::memset(image.robotToPlc(), 0, 256);
-        server = std::make_unique<ChildProcess>(kServer, std::vector<std::string>{}, dir.path(), dir.file("out.txt"));
-        return eventually(
-            [&] {
-                uint8_t telegram[256];
-                image.readRobotTelegram(telegram);
-                return telegram[1] != 0;
-            },
-            30000);
-    }
-
-    void connect() {
-        transport = std::make_unique<ShmTransport>(image);
-        srci_plc::ClientOptions options;
-        options.lifesign_timeout_ms = 2000;
-        client = std::make_unique<srci_plc::Client>(*transport, options);
-        client->connect();
-    }
-
     // Every section of the store is there with every key, and every record the PLC wrote holds
     // wholly its acknowledged or wholly its in-flight values.
     void checkFile(int round) {
@@ -97,7 +69,8 @@ protected:
             for (const char* prefix : {"tool", "userFrame", "load"})
                 ASSERT_TRUE(ini.hasKey(prefix + std::to_string(i), "x")) << prefix << i;
         for (auto& [section, values] : acked) {
-            const Values now = readRecord(ini, section, values);
+            Values now;
+            for (const auto& [key, value] : values) now[key] = ini.getDouble(section, key);
             if (inFlight && inFlight->section == section && now == inFlight->keys) {
                 values = now;  // it reached the file before the kill
                 continue;
@@ -107,11 +80,6 @@ protected:
         inFlight.reset();
     }
 
-    ProcessImage image{2};
-    TempDir dir;
-    std::unique_ptr<ChildProcess> server;
-    std::unique_ptr<ShmTransport> transport;
-    std::unique_ptr<srci_plc::Client> client;
     std::map<std::string, Values> acked;
     std::optional<Write> inFlight;
 };
@@ -126,7 +94,7 @@ TEST_F(KilledWriter, EveryKillLeavesTheFileWholeAndEveryRestartComesUp) {
 
     for (int round = 0; round < rounds; ++round) {
         if (round % 10 == 0) std::printf("kill %d of %d, %d writes acknowledged so far\n", round, rounds, acknowledged);
-        if (!start()) {
+        if (!startServer()) {
             ++failedRestarts;
             ADD_FAILURE() << "restart " << round << " did not come up: " << readFile(dir.file("out.txt"));
             break;
@@ -172,7 +140,7 @@ TEST_F(KilledWriter, EveryKillLeavesTheFileWholeAndEveryRestartComesUp) {
                 failedRestarts);
     EXPECT_GT(acknowledged, rounds) << "the writer never got going";
     // A last start reads everything back.
-    ASSERT_TRUE(start());
+    ASSERT_TRUE(startServer());
     checkFile(rounds);
 }
 

@@ -3,12 +3,9 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
-#include <cstring>
 #include <filesystem>
-#include <memory>
 #include <regex>
 
-#include "child_process.h"
 #include "plc_over_shm.h"
 
 using namespace srci_test;
@@ -16,14 +13,12 @@ using srci_plc::WaitFor;
 
 namespace {
 
-const std::string kServer = SRCI_SERVER_BIN;
-
 std::string firstLine(const std::string& text) { return text.substr(0, text.find('\n')); }
 
 TEST(ServerStartUp, WithoutTheProcessImageItLogsAndEndsWithAnError) {
     ProcessImage::removeStale();
     TempDir dir;
-    ChildProcess server(kServer, {}, dir.path(), dir.file("out.txt"));
+    ChildProcess server(SRCI_SERVER_BIN, {}, dir.path(), dir.file("out.txt"));
     ASSERT_TRUE(server.waitExit(30000)) << "must not wait for an image that does not exist";
     EXPECT_FALSE(server.exitedNormally() && server.exitCode() == 0);
     EXPECT_NE(readFile(dir.file("out.txt")).find("[Profinet-IO_mgr]:>> shmget failed"), std::string::npos);
@@ -33,7 +28,7 @@ TEST(ServerStartUp, WithOneAttachmentItWaitsTenSecondsAndLogsTheCount) {
     ProcessImage image(1);
     TempDir dir;
     const auto start = std::chrono::steady_clock::now();
-    ChildProcess server(kServer, {}, dir.path(), dir.file("out.txt"));
+    ChildProcess server(SRCI_SERVER_BIN, {}, dir.path(), dir.file("out.txt"));
     ASSERT_TRUE(server.waitExit(60000));
     const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
     EXPECT_GE(seconds, 9.5);
@@ -41,29 +36,16 @@ TEST(ServerStartUp, WithOneAttachmentItWaitsTenSecondsAndLogsTheCount) {
     EXPECT_NE(readFile(dir.file("out.txt")).find("[Profinet-IO_mgr]:>> shm_nattch=1"), std::string::npos);
 }
 
-class RunningServer : public ::testing::Test {
+class RunningServer : public ServerOverShm {
 protected:
     void SetUp() override { start(); }
 
     void start() {
-        std::memset(image.robotToPlc(), 0, 256);
-        server = std::make_unique<ChildProcess>(kServer, std::vector<std::string>{}, dir.path(), dir.file("out.txt"));
-        // Start-up powers the arm before the first cycle; the first answer marks the cycle running.
-        ASSERT_TRUE(eventually(
-            [&] {
-                uint8_t telegram[256];
-                image.readRobotTelegram(telegram);
-                return telegram[1] != 0;
-            },
-            30000))
-            << readFile(dir.file("out.txt"));
-        transport = std::make_unique<ShmTransport>(image);
+        ASSERT_TRUE(startServer()) << readFile(dir.file("out.txt"));
         srci_plc::ClientOptions options;
-        options.lifesign_timeout_ms = 2000;
         // Debug level keeps the adapter's stage monitor ("d1: .., d2: ..") in the log.
         options.exchange_config = {{"log_level", 4}};
-        client = std::make_unique<srci_plc::Client>(*transport, options);
-        client->connect();
+        connect(options);
     }
 
     void restart() {
@@ -76,12 +58,6 @@ protected:
                                 WaitFor what = WaitFor::Final) {
         return client->execute(command(name), values, what, 30000);
     }
-
-    ProcessImage image{2};
-    TempDir dir;
-    std::unique_ptr<ChildProcess> server;
-    std::unique_ptr<ShmTransport> transport;
-    std::unique_ptr<srci_plc::Client> client;
 };
 
 TEST_F(RunningServer, CyclesAnswersThePlcAndWritesItsLogs) {

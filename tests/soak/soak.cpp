@@ -7,21 +7,50 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <exception>
+#include <filesystem>
 #include <fstream>
+#include <sstream>
 #include <string>
 #include <vector>
 
 #include "fault_chain.h"
-#include "process_stats.h"
 #include "zlog/zlog_client.h"
 #include "zlog/zlogsvr.h"
 
 using namespace srci_test;
-using namespace srci_soak;
+namespace fs = std::filesystem;
 
 namespace {
+
+struct ProcessStats {
+    long rssKb = -1;
+    int fds = -1;
+    int threads = -1;
+};
+
+// Read from /proc; all -1 once the process is gone.
+ProcessStats statsOf(pid_t pid) {
+    ProcessStats s;
+    const fs::path proc = fs::path("/proc") / std::to_string(pid);
+    std::ifstream status(proc / "status");
+    for (std::string line; std::getline(status, line);) {
+        std::istringstream in(line.substr(line.find(':') + 1));
+        if (line.rfind("VmRSS:", 0) == 0) in >> s.rssKb;
+        if (line.rfind("Threads:", 0) == 0) in >> s.threads;
+    }
+    std::error_code ec;
+    int fds = 0;
+    for (fs::directory_iterator it(proc / "fd", ec), end; !ec && it != end; it.increment(ec)) ++fds;
+    if (!ec) s.fds = fds;
+    return s;
+}
+
+struct LogFolderStats {
+    uint64_t totalBytes = 0;
+    uint64_t largestBytes = 0;
+    std::string overLimit;  // "name: size > limit" of the first file over its limit, or empty
+};
 
 struct Options {
     double minutes = 30;
@@ -84,9 +113,18 @@ uint64_t logLimit(const std::string& name) {
 Sample sample(const FaultChain& chain, double minute) {
     Sample s;
     s.minute = minute;
-    s.server = statsOf(childNamed("srci_server"));
-    s.pnio = statsOf(childNamed("pnio-sim"));
-    s.logs = logFolder(chain.dir.file("log"), logLimit);
+    s.server = statsOf(chain.server->pid());
+    s.pnio = statsOf(chain.pnio->pid());
+    std::error_code ec;
+    for (const auto& entry : fs::directory_iterator(chain.dir.file("log"), ec)) {
+        if (!entry.is_regular_file(ec)) continue;
+        const uint64_t size = entry.file_size(ec);
+        const std::string name = entry.path().filename();
+        s.logs.totalBytes += size;
+        s.logs.largestBytes = std::max(s.logs.largestBytes, size);
+        if (s.logs.overLimit.empty() && size > logLimit(name))
+            s.logs.overLimit = name + ": " + std::to_string(size) + " bytes > " + std::to_string(logLimit(name));
+    }
     return s;
 }
 

@@ -10,37 +10,31 @@
 #include <filesystem>
 #include <fstream>
 #include <string>
+#include <utility>
 
 using namespace srciport;
 namespace fs = std::filesystem;
 
 namespace {
 
+sockaddr_un unixAddress(const std::string& path) {
+    sockaddr_un addr{};
+    addr.sun_family = AF_UNIX;
+    std::snprintf(addr.sun_path, sizeof addr.sun_path, "%s", path.c_str());
+    return addr;
+}
+
 // Connects, sends raw bytes, reads `lines` answer lines.
 std::vector<std::string> exchange(const std::string& path, const std::string& bytes, int lines) {
     std::vector<std::string> out;
     const int fd = ::socket(AF_UNIX, SOCK_STREAM, 0);
-    sockaddr_un addr{};
-    addr.sun_family = AF_UNIX;
-    std::snprintf(addr.sun_path, sizeof addr.sun_path, "%s", path.c_str());
-    if (::connect(fd, reinterpret_cast<sockaddr*>(&addr), sizeof addr) != 0) {
-        ::close(fd);
-        return out;
-    }
-    size_t off = 0;
-    while (off < bytes.size()) {
-        const ssize_t n = ::send(fd, bytes.data() + off, bytes.size() - off, MSG_NOSIGNAL);
-        if (n <= 0) break;
-        off += static_cast<size_t>(n);
-    }
-    std::string cur;
-    char c;
-    while (static_cast<int>(out.size()) < lines && ::recv(fd, &c, 1, 0) == 1) {
-        if (c == '\n') {
-            out.push_back(cur);
-            cur.clear();
-        } else {
-            cur.push_back(c);
+    const sockaddr_un addr = unixAddress(path);
+    if (::connect(fd, reinterpret_cast<const sockaddr*>(&addr), sizeof addr) == 0 &&
+        ::send(fd, bytes.data(), bytes.size(), MSG_NOSIGNAL) == static_cast<ssize_t>(bytes.size())) {
+        std::string cur;
+        for (char c; static_cast<int>(out.size()) < lines && ::recv(fd, &c, 1, 0) == 1;) {
+            if (c == '\n') out.push_back(std::exchange(cur, {}));
+            else cur.push_back(c);
         }
     }
     ::close(fd);
@@ -119,10 +113,8 @@ TEST_F(ControlRequestTest, SocketServesLinesAndSurvivesJunk) {
     // a stale socket from an earlier run is replaced
     {
         const int fd = ::socket(AF_UNIX, SOCK_STREAM, 0);
-        sockaddr_un addr{};
-        addr.sun_family = AF_UNIX;
-        std::snprintf(addr.sun_path, sizeof addr.sun_path, "srciport.sock");
-        ASSERT_EQ(::bind(fd, reinterpret_cast<sockaddr*>(&addr), sizeof addr), 0);
+        const sockaddr_un addr = unixAddress("srciport.sock");
+        ASSERT_EQ(::bind(fd, reinterpret_cast<const sockaddr*>(&addr), sizeof addr), 0);
         ::close(fd);
     }
     const mode_t oldMask = ::umask(0);

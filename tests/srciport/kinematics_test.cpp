@@ -189,14 +189,8 @@ TEST(Kinematics, LoadRejectsTablesWithoutSphericalWrist) {
     t[1].alpha = 45;
     EXPECT_EQ(k.load(t), kKineBadTable);
     // A different but well-formed arm loads and solves.
-    t = defaultDhTable();
-    t[0] = {90, 150, 500, 0};
-    t[1] = {0, 600, 0, 90};
-    t[2] = {90, 120, 0, 0};
-    t[3] = {-90, 0, 640, 0};
-    t[4] = {90, 0, 0, 0};
-    t[5] = {0, 0, 110, 0};
-    t[1].d = 30;  // lateral shoulder offset
+    // (alpha, a, d, offset) per joint; d = 30 on joint 2 is a lateral shoulder offset.
+    t = {{{90, 150, 500, 0}, {0, 600, 30, 90}, {90, 120, 0, 0}, {-90, 0, 640, 0}, {90, 0, 0, 0}, {0, 0, 110, 0}}};
     ASSERT_EQ(k.load(t), 0);
     std::mt19937_64 rng(3);
     for (int n = 0; n < 500; ++n) {

@@ -17,30 +17,29 @@ double rotDiffDeg(const double* a, const double* b) {
     return rad2deg(rotationAngle(transpose(eulerToMatrix(a[3], a[4], a[5])) * eulerToMatrix(b[3], b[4], b[5])));
 }
 
-// Samples of one quantity per tick; checks first and second differences against limits.
-struct Kinematic1D {
-    std::vector<std::array<double, 6>> samples;
-    double maxSpeed(int n) const {  // n = 3: Cartesian xyz, 6: per-joint maximum
-        double m = 0;
-        for (size_t k = 1; k < samples.size(); ++k) {
-            if (n == 3) m = std::max(m, dist3(samples[k].data(), samples[k - 1].data()) / dt);
-            else
-                for (int j = 0; j < 6; ++j) m = std::max(m, std::fabs(samples[k][j] - samples[k - 1][j]) / dt);
+using Samples = std::vector<std::array<double, 6>>;
+
+// Largest first (order 1: speed) or second (order 2: acceleration) difference per tick, of the
+// xyz vector (n = 3) or of any joint (n = 6).
+double maxRate(const Samples& s, int order, int n) {
+    double m = 0;
+    for (size_t k = static_cast<size_t>(order); k < s.size(); ++k) {
+        double d[6], sq = 0;
+        for (int j = 0; j < 6; ++j) {
+            d[j] = order == 1 ? s[k][j] - s[k - 1][j] : s[k][j] - 2 * s[k - 1][j] + s[k - 2][j];
+            sq += j < 3 ? d[j] * d[j] : 0;
+            if (n == 6) m = std::max(m, std::fabs(d[j]));
         }
-        return m;
+        if (n == 3) m = std::max(m, std::sqrt(sq));
     }
-    double maxAcc(int n) const {
-        double m = 0;
-        for (size_t k = 2; k < samples.size(); ++k) {
-            double d[6];
-            for (int j = 0; j < 6; ++j) d[j] = samples[k][j] - 2 * samples[k - 1][j] + samples[k - 2][j];
-            if (n == 3) m = std::max(m, std::sqrt(d[0] * d[0] + d[1] * d[1] + d[2] * d[2]) / (dt * dt));
-            else
-                for (int j = 0; j < 6; ++j) m = std::max(m, std::fabs(d[j]) / (dt * dt));
-        }
-        return m;
-    }
-};
+    return m / std::pow(dt, order);
+}
+
+std::array<double, 6> sample(const double* v) {
+    std::array<double, 6> a;
+    std::copy(v, v + 6, a.begin());
+    return a;
+}
 
 }  // namespace
 
@@ -60,12 +59,10 @@ TEST_F(MotionTest, JointMoveKeepsLimitsAndReachesTarget) {
         stat.poll();
         EXPECT_EQ(stat.cur_trajId, ratio == 1.0 ? -1 : 7) << "id keeps the last move";
         ASSERT_EQ(cmd.movjAbs(target, vel, acc, 7, 0), 0);
-        Kinematic1D k;
+        Samples k;
         bool sawMoving = false;
         runUntilDone(20, [&](const SrciPortStat& s) {
-            std::array<double, 6> q;
-            std::copy(s.act_jpos, s.act_jpos + 6, q.begin());
-            k.samples.push_back(q);
+            k.push_back(sample(s.act_jpos));
             sawMoving = sawMoving || s.ra_is_moving;
             if (s.ra_is_moving) {
                 EXPECT_EQ(s.cur_trajId, 7);
@@ -73,9 +70,9 @@ TEST_F(MotionTest, JointMoveKeepsLimitsAndReachesTarget) {
             }
         });
         EXPECT_TRUE(sawMoving);
-        EXPECT_LE(k.maxSpeed(6), vel * ratio * 1.01);
-        EXPECT_GE(k.maxSpeed(6), vel * ratio * 0.95) << "the leading joint reaches cruise speed";
-        EXPECT_LE(k.maxAcc(6), acc * 1.01);
+        EXPECT_LE(maxRate(k, 1, 6), vel * ratio * 1.01);
+        EXPECT_GE(maxRate(k, 1, 6), vel * ratio * 0.95) << "the leading joint reaches cruise speed";
+        EXPECT_LE(maxRate(k, 2, 6), acc * 1.01);
         stat.poll();
         for (int j = 0; j < 6; ++j) EXPECT_NEAR(stat.act_jpos[j], target[j], 0.01);
         EXPECT_TRUE(stat.ra_is_inst_done);
@@ -110,14 +107,13 @@ TEST_F(MotionTest, LinearMoveFollowsStraightLine) {
     b[5] -= 20;
     const double vel = 200, acc = 800;
     ASSERT_EQ(cmd.movl(b, vel, acc, 2, 0), 0);
-    Kinematic1D k;
+    Samples k;
     double worstDev = 0, worstOriLag = 0;
     const double len = dist3(a, b);
     const double totalRot = rotDiffDeg(a, b);
     runUntilDone(20, [&](const SrciPortStat& s) {
-        std::array<double, 6> p;
-        std::copy(s.act_cartpos, s.act_cartpos + 6, p.begin());
-        k.samples.push_back(p);
+        const auto p = sample(s.act_cartpos);
+        k.push_back(p);
         // distance from the line a-b and orientation progress matching the position progress
         double ap[3], ab[3];
         for (int i = 0; i < 3; ++i) {
@@ -132,9 +128,9 @@ TEST_F(MotionTest, LinearMoveFollowsStraightLine) {
     });
     EXPECT_LT(worstDev, 0.05);
     EXPECT_LT(worstOriLag, 1e-3) << "orientation is interpolated on the same progress";
-    EXPECT_LE(k.maxSpeed(3), vel * 1.01);
-    EXPECT_GE(k.maxSpeed(3), vel * 0.95);
-    EXPECT_LE(k.maxAcc(3), acc * 1.01);
+    EXPECT_LE(maxRate(k, 1, 3), vel * 1.01);
+    EXPECT_GE(maxRate(k, 1, 3), vel * 0.95);
+    EXPECT_LE(maxRate(k, 2, 3), acc * 1.01);
     stat.poll();
     EXPECT_LT(dist3(stat.act_cartpos, b), 0.01);
     EXPECT_LT(rotDiffDeg(stat.act_cartpos, b), 0.01);
@@ -148,13 +144,12 @@ TEST_F(MotionTest, SpeedRatioScalesTheRunningMove) {
     arm.step(0.5);
     ASSERT_EQ(cmd.setSpeedRatio(0.2), 0);
     arm.step(0.2);  // 40 deg/s less at 500 deg/s^2 takes 0.08 s
-    Kinematic1D k;
+    Samples k;
     for (int n = 0; n < 100; ++n) {
         arm.step(dt);
-        std::array<double, 6> q = joints();
-        k.samples.push_back(q);
+        k.push_back(joints());
     }
-    EXPECT_NEAR(k.maxSpeed(6), 10.0, 0.1);
+    EXPECT_NEAR(maxRate(k, 1, 6), 10.0, 0.1);
     ASSERT_EQ(cmd.setSpeedRatio(1.0), 0);
     runUntilDone(20);
     EXPECT_NEAR(joints()[0], 100.0, 0.01);
@@ -164,7 +159,7 @@ TEST_F(MotionTest, BlendingJoinsMovesWithoutStopping) {
     const double p1[6] = {40, 0, 0, 0, 90, 0};
     const double p2[6] = {40, 30, 0, 0, 90, 0};
     // Slowest joint speed in the middle of the run: ~0 at an exact-stop corner.
-    auto middleMinSpeed = [](const std::vector<std::array<double, 6>>& q) {
+    auto middleMinSpeed = [](const Samples& q) {
         double m = 1e9;
         for (size_t k = q.size() / 5; k < q.size() * 4 / 5; ++k) {
             double v = 0;
@@ -173,17 +168,10 @@ TEST_F(MotionTest, BlendingJoinsMovesWithoutStopping) {
         }
         return m;
     };
-    auto record = [&](std::vector<std::array<double, 6>>& q) {
-        return [&q](const SrciPortStat& s) {
-            std::array<double, 6> a;
-            std::copy(s.act_jpos, s.act_jpos + 6, a.begin());
-            q.push_back(a);
-        };
-    };
     ASSERT_EQ(cmd.movjAbs(p1, 60, 300, 1, 0), 0);
     ASSERT_EQ(cmd.movjAbs(p2, 60, 300, 2, 0), 0);
-    std::vector<std::array<double, 6>> exactRun;
-    const double exact = runUntilDone(20, record(exactRun));
+    Samples exactRun, blendRun;
+    const double exact = runUntilDone(20, [&](const SrciPortStat& s) { exactRun.push_back(sample(s.act_jpos)); });
     EXPECT_LT(middleMinSpeed(exactRun), 300 * dt * 1.01);
 
     const double home[6] = {0, 0, 0, 0, 90, 0};
@@ -194,10 +182,8 @@ TEST_F(MotionTest, BlendingJoinsMovesWithoutStopping) {
     ASSERT_EQ(cmd.movjAbs(p2, 60, 300, 2, 0), 0);
     bool overlap = false;
     int lastId = -1;
-    std::vector<std::array<double, 6>> blendRun;
-    auto rec = record(blendRun);
     const double blended = runUntilDone(20, [&](const SrciPortStat& s) {
-        rec(s);
+        blendRun.push_back(sample(s.act_jpos));
         // both joints move at once only while the moves overlap
         overlap = overlap || (s.act_jpos[0] < 39.999 && s.act_jpos[1] > 0.001);
         EXPECT_GE(s.cur_trajId, lastId) << "ids advance in queue order";

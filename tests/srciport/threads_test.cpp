@@ -14,21 +14,15 @@ namespace {
 
 // Invariants every single snapshot must satisfy, whatever happens concurrently.
 void checkSnapshot(const SrciPortStat& s) {
-    if (s.ra_enable_stat) {
-        EXPECT_TRUE(s.ra_power_stat);
-    }
-    if (s.ra_is_inst_done) {
-        EXPECT_FALSE(s.ra_is_moving);
-    }
+    EXPECT_TRUE(!s.ra_enable_stat || s.ra_power_stat);
+    EXPECT_TRUE(!s.ra_is_inst_done || !s.ra_is_moving);
     EXPECT_GE(s.speed_ratio, 0.0);
     EXPECT_LE(s.speed_ratio, 1.0);
     for (int j = 0; j < 6; ++j) {
         EXPECT_GE(s.act_jpos[j], s.hard_limits[2 * j]);
         EXPECT_LE(s.act_jpos[j], s.hard_limits[2 * j + 1]);
     }
-    if (s.errCode) {
-        EXPECT_EQ(s.errType, -1);
-    }
+    EXPECT_TRUE(!s.errCode || s.errType == -1);
 }
 
 }  // namespace

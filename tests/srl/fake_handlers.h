@@ -10,6 +10,7 @@
 #include <map>
 #include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "srl/srl_api.h"
@@ -60,29 +61,70 @@ inline void fake_call(const char* name, unsigned char* in, unsigned char* out, i
     *err = f.err[name];
 }
 
-// One fake per handler; a list, kept as written.
+// Every handler the interpreter knows and the name its fake records calls under; a list, kept as written.
+using Setter = void (*)(void*);
+struct Registration {
+    Setter set;
+    const char* name;
+};
 // clang-format off
-#define SRL_FAKE(fn) \
-    inline void fn(unsigned char* in, unsigned char* out, int* err) { fake_call(#fn, in, out, err); }
-SRL_FAKE(robot_enable) SRL_FAKE(robot_disable) SRL_FAKE(group_reset) SRL_FAKE(group_stop)
-SRL_FAKE(group_pause) SRL_FAKE(group_continue) SRL_FAKE(set_sequence) SRL_FAKE(set_opmode)
-SRL_FAKE(change_override) SRL_FAKE(move_axes) SRL_FAKE(move_linear) SRL_FAKE(move_direct)
-SRL_FAKE(jog_frame) SRL_FAKE(jog_tool) SRL_FAKE(jog_joint) SRL_FAKE(read_position)
-SRL_FAKE(read_tool) SRL_FAKE(write_tool) SRL_FAKE(read_frame) SRL_FAKE(write_frame)
-SRL_FAKE(read_load) SRL_FAKE(write_load) SRL_FAKE(read_refdyn) SRL_FAKE(write_refdyn)
-SRL_FAKE(read_defdyn) SRL_FAKE(write_defdyn) SRL_FAKE(read_swlimit) SRL_FAKE(write_swlimit)
-SRL_FAKE(read_di) SRL_FAKE(read_do) SRL_FAKE(write_do) SRL_FAKE(exchange_config)
-SRL_FAKE(robot_data) SRL_FAKE(read_workarea) SRL_FAKE(write_workarea) SRL_FAKE(cyclic_position)
-SRL_FAKE(forward_kin) SRL_FAKE(inverse_kin) SRL_FAKE(clear_cmd)
-#undef SRL_FAKE
-    // clang-format on
+inline constexpr Registration kHandlers[] = {
+    {srl_set_robot_enable_funs, "robot_enable"}, {srl_set_robot_disable_funs, "robot_disable"},
+    {srl_set_group_reset_funs, "group_reset"}, {srl_set_group_stop_funs, "group_stop"},
+    {srl_set_group_pause_funs, "group_pause"}, {srl_set_group_continue_funs, "group_continue"},
+    {srl_set_set_sequence_funs, "set_sequence"}, {srl_set_set_operate_mode_funs, "set_opmode"},
+    {srl_set_change_speed_override_funs, "change_override"}, {srl_set_move_axes_absolute_funs, "move_axes"},
+    {srl_set_move_linear_absolute_funs, "move_linear"}, {srl_set_move_direct_absolute_funs, "move_direct"},
+    {srl_set_move_linear_relative_funs, "jog_frame"}, {srl_set_move_linear_relative_tools_funs, "jog_tool"},
+    {srl_set_move_joint_relative_funs, "jog_joint"}, {srl_set_read_actual_position_funs, "read_position"},
+    {srl_set_read_tool_data_funs, "read_tool"}, {srl_set_write_tool_data_funs, "write_tool"},
+    {srl_set_read_frame_data_funs, "read_frame"}, {srl_set_write_frame_data_funs, "write_frame"},
+    {srl_set_read_load_data_funs, "read_load"}, {srl_set_write_load_data_funs, "write_load"},
+    {srl_set_read_robot_reference_dynamic_funs, "read_refdyn"},
+    {srl_set_write_robot_reference_dynamic_funs, "write_refdyn"},
+    {srl_set_read_robot_defualt_dynamics_funs, "read_defdyn"},
+    {srl_set_write_robot_defualt_dynamic_funs, "write_defdyn"},
+    {srl_set_read_robot_software_limit_funs, "read_swlimit"},
+    {srl_set_write_robot_software_limit_funs, "write_swlimit"}, {srl_set_read_digital_input, "read_di"},
+    {srl_set_read_digital_output, "read_do"}, {srl_set_write_digital_output, "write_do"},
+    {srl_set_exchange_configuration_funs, "exchange_config"}, {srl_set_robot_read_data_funs, "robot_data"},
+    {srl_set_read_workarea_funs, "read_workarea"}, {srl_set_write_workarea_funs, "write_workarea"},
+    {srl_set_read_actual_position_cyclic_funs, "cyclic_position"}, {srl_set_forward_kinematics_funs, "forward_kin"},
+    {srl_set_inverse_kinematics_funs, "inverse_kin"}, {srl_set_clear_cmd_in_rc_buffer_funs, "clear_cmd"}
+};
+// clang-format on
 
-    inline void enable_param(bool newCmd, LRob_typeServerCmdEnableRobot*, LRob_typeSystemState*, unsigned short,
-                             unsigned short* result) {
+template <size_t I>
+void fake(unsigned char* in, unsigned char* out, int* err) {
+    fake_call(kHandlers[I].name, in, out, err);
+}
+template <size_t... I>
+void register_fakes(std::index_sequence<I...>) {
+    (kHandlers[I].set(reinterpret_cast<void*>(fake<I>)), ...);
+}
+
+inline void enable_param(bool newCmd, LRob_typeServerCmdEnableRobot*, LRob_typeSystemState*, unsigned short,
+                         unsigned short* result) {
     Fakes& f = fakes();
     ++f.enable_param_calls;
     f.last_enable_param_new = newCmd;
     *result = newCmd ? f.enable_param_result : 255;
+}
+
+// The host record a fake handler answers with.
+template <typename T>
+void answer(const char* handler, const T& record) {
+    const auto* p = reinterpret_cast<const uint8_t*>(&record);
+    fakes().answer[handler].assign(p, p + sizeof record);
+}
+
+// A value of the host record the last call of `handler` received, at byte `off`.
+template <typename T>
+T received(const char* handler, size_t off = 0) {
+    T v{};
+    if (const Call* c = fakes().last(handler)) std::memcpy(&v, c->in.data() + off, sizeof v);
+    else ADD_FAILURE() << handler << " was not called";
+    return v;
 }
 
 inline LRob_typePersistentData& persistent() {
@@ -94,7 +136,8 @@ inline LRob_typeServerAxesGroupParameter& axes() {
     return a;
 }
 
-// Fresh interpreter with every fake registered, the adapter's init parameters and a fake clock.
+// Fresh interpreter with every fake registered, the adapter's init parameters
+// and a fake clock.
 inline void reset_interpreter(bool register_all = true) {
     srl_config_reset();
     fakes() = Fakes{};
@@ -112,45 +155,7 @@ inline void reset_interpreter(bool register_all = true) {
     srl_robot_init_complete_set_operation_mode_to_edk(4);
     if (!register_all) return;
     srl_set_open_callback_funs(1);
-    srl_set_robot_enable_funs(reinterpret_cast<void*>(robot_enable));
-    srl_set_robot_disable_funs(reinterpret_cast<void*>(robot_disable));
-    srl_set_group_reset_funs(reinterpret_cast<void*>(group_reset));
-    srl_set_group_stop_funs(reinterpret_cast<void*>(group_stop));
-    srl_set_group_pause_funs(reinterpret_cast<void*>(group_pause));
-    srl_set_group_continue_funs(reinterpret_cast<void*>(group_continue));
-    srl_set_set_sequence_funs(reinterpret_cast<void*>(set_sequence));
-    srl_set_set_operate_mode_funs(reinterpret_cast<void*>(set_opmode));
-    srl_set_change_speed_override_funs(reinterpret_cast<void*>(change_override));
-    srl_set_move_axes_absolute_funs(reinterpret_cast<void*>(move_axes));
-    srl_set_move_linear_absolute_funs(reinterpret_cast<void*>(move_linear));
-    srl_set_move_direct_absolute_funs(reinterpret_cast<void*>(move_direct));
-    srl_set_move_linear_relative_funs(reinterpret_cast<void*>(jog_frame));
-    srl_set_move_linear_relative_tools_funs(reinterpret_cast<void*>(jog_tool));
-    srl_set_move_joint_relative_funs(reinterpret_cast<void*>(jog_joint));
-    srl_set_read_actual_position_funs(reinterpret_cast<void*>(read_position));
-    srl_set_read_tool_data_funs(reinterpret_cast<void*>(read_tool));
-    srl_set_write_tool_data_funs(reinterpret_cast<void*>(write_tool));
-    srl_set_read_frame_data_funs(reinterpret_cast<void*>(read_frame));
-    srl_set_write_frame_data_funs(reinterpret_cast<void*>(write_frame));
-    srl_set_read_load_data_funs(reinterpret_cast<void*>(read_load));
-    srl_set_write_load_data_funs(reinterpret_cast<void*>(write_load));
-    srl_set_read_robot_reference_dynamic_funs(reinterpret_cast<void*>(read_refdyn));
-    srl_set_write_robot_reference_dynamic_funs(reinterpret_cast<void*>(write_refdyn));
-    srl_set_read_robot_defualt_dynamics_funs(reinterpret_cast<void*>(read_defdyn));
-    srl_set_write_robot_defualt_dynamic_funs(reinterpret_cast<void*>(write_defdyn));
-    srl_set_read_robot_software_limit_funs(reinterpret_cast<void*>(read_swlimit));
-    srl_set_write_robot_software_limit_funs(reinterpret_cast<void*>(write_swlimit));
-    srl_set_read_digital_input(reinterpret_cast<void*>(read_di));
-    srl_set_read_digital_output(reinterpret_cast<void*>(read_do));
-    srl_set_write_digital_output(reinterpret_cast<void*>(write_do));
-    srl_set_exchange_configuration_funs(reinterpret_cast<void*>(exchange_config));
-    srl_set_robot_read_data_funs(reinterpret_cast<void*>(robot_data));
-    srl_set_read_workarea_funs(reinterpret_cast<void*>(read_workarea));
-    srl_set_write_workarea_funs(reinterpret_cast<void*>(write_workarea));
-    srl_set_read_actual_position_cyclic_funs(reinterpret_cast<void*>(cyclic_position));
-    srl_set_forward_kinematics_funs(reinterpret_cast<void*>(forward_kin));
-    srl_set_inverse_kinematics_funs(reinterpret_cast<void*>(inverse_kin));
-    srl_set_clear_cmd_in_rc_buffer_funs(reinterpret_cast<void*>(clear_cmd));
+    register_fakes(std::make_index_sequence<std::size(kHandlers)>());
     srl_set_enable_robot_param_funs(reinterpret_cast<void*>(enable_param));
 }
 

@@ -6,7 +6,6 @@
 #include <array>
 #include <cstdint>
 #include <initializer_list>
-#include <optional>
 #include <stdexcept>
 #include <string>
 #include <utility>
@@ -50,29 +49,11 @@ inline Tel telegram(std::initializer_list<std::pair<int, std::string>> pieces) {
     return t;
 }
 
+// One fragment of either direction; the accessors read a response's header.
 struct Frag {
-    uint16_t id;
-    uint8_t action;
-    uint16_t pointer;
-    Bytes bytes;
-};
-
-// Command payload header: CmdType, ExecMode, Priority 3 / ParSeq.
-inline Bytes payload(uint16_t type, Bytes body = {}, uint8_t exec = 2, uint8_t parseq = 1) {
-    body.resize(body.size() + 4);
-    for (size_t i = body.size() - 1; i >= 4; --i) body[i] = body[i - 4];
-    body[0] = static_cast<uint8_t>(type >> 8);
-    body[1] = static_cast<uint8_t>(type);
-    body[2] = exec;
-    body[3] = static_cast<uint8_t>(parseq << 4 | 3);
-    return body;
-}
-inline Frag command(uint16_t id, Bytes p, uint8_t action = 0x03) { return {id, action, 0, std::move(p)}; }
-
-struct RspFrag {
-    uint16_t id;
-    uint8_t action;
-    uint16_t pointer;
+    uint16_t id = 0;  // 0: no such response
+    uint8_t action = 0;
+    uint16_t pointer = 0;
     Bytes bytes;
     uint8_t state() const { return bytes.empty() ? 0 : bytes[0] & 0x0F; }
     uint8_t parseq() const { return bytes.empty() ? 0 : bytes[0] >> 4; }
@@ -80,17 +61,27 @@ struct RspFrag {
     uint16_t code() const { return bytes.size() > 3 ? be16(&bytes[2]) : 0; }
 };
 
+// Command payload header: CmdType, ExecMode, Priority 3 / ParSeq.
+inline Bytes payload(uint16_t type, Bytes body = {}, uint8_t exec = 2, uint8_t parseq = 1) {
+    body.insert(body.begin(), {static_cast<uint8_t>(type >> 8), static_cast<uint8_t>(type), exec,
+                               static_cast<uint8_t>(parseq << 4 | 3)});
+    return body;
+}
+inline Frag command(uint16_t id, Bytes p, uint8_t action = 0x03) { return {id, action, 0, std::move(p)}; }
+
 struct Reply {
     Tel raw{};
     uint16_t ack = 0;
     uint16_t payload_length = 0;
-    std::vector<RspFrag> frags;
+    std::vector<Frag> frags;
     uint8_t state() const { return raw[3]; }
     uint32_t status() const { return raw[4] | raw[5] << 8 | raw[6] << 16 | static_cast<uint32_t>(raw[7]) << 24; }
-    const RspFrag* find(uint16_t id) const {
-        for (const RspFrag& f : frags)
-            if (f.id == id) return &f;
-        return nullptr;
+    bool has(uint16_t id) const { return find(id).id != 0; }
+    // The response of CmdID `id`; an empty fragment (id 0) when there is none.
+    Frag find(uint16_t id) const {
+        for (const Frag& f : frags)
+            if (f.id == id) return f;
+        return {};
     }
 };
 
@@ -158,7 +149,7 @@ public:
         size_t off = c + 4;
         const size_t end = off + r.payload_length;
         while (off + 8 <= end && end <= 255) {
-            RspFrag f{be16(&raw[off]), raw[off + 3], be16(&raw[off + 4]), {}};
+            Frag f{be16(&raw[off]), raw[off + 3], be16(&raw[off + 4]), {}};
             const uint16_t n = be16(&raw[off + 6]);
             if (off + 8 + n > end) break;
             f.bytes.assign(raw.begin() + off + 8, raw.begin() + off + 8 + n);
@@ -168,16 +159,14 @@ public:
         return r;
     }
 
-    // One exchange. A new SEQ is used (as the client does after every ACK) unless `same_seq`.
-    Reply cycle(const std::vector<Frag>& frags = {}, bool same_seq = false) {
+    // The next telegram: a new lifesign (unless frozen) and a new SEQ (as the client does after every
+    // ACK) unless `same_seq`.
+    Tel next(const std::vector<Frag>& frags = {}, bool same_seq = false) {
         if (!freeze_life) life = static_cast<uint8_t>(life % 15 + 1);
         if (!same_seq) seq = static_cast<uint16_t>(seq % 254 + 1);
-        Tel in = build(frags);
-        Tel out{};
-        srl_interpreter(in.data(), out.data());
-        g_now_ms += 4;
-        return parse(out);
+        return build(frags);
     }
+    Reply cycle(const std::vector<Frag>& frags = {}, bool same_seq = false) { return send_raw(next(frags, same_seq)); }
 
     Reply send_raw(Tel in) {
         Tel out{};
@@ -196,14 +185,13 @@ public:
     }
 };
 
-// Waits up to `max` cycles for a response of CmdID `id` (optionally with a given state).
-inline std::optional<RspFrag> wait_for(Plc& plc, uint16_t id, int state = -1, int max = 100) {
+// Waits up to `max` cycles for a response of CmdID `id` (optionally with a given state); id 0 when none came.
+inline Frag wait_for(Plc& plc, uint16_t id, int state = -1, int max = 100) {
     for (int i = 0; i < max; ++i) {
-        const Reply r = plc.cycle();
-        const RspFrag* f = r.find(id);
-        if (f != nullptr && (state < 0 || f->state() == state)) return *f;
+        const Frag f = plc.cycle().find(id);
+        if (f.id != 0 && (state < 0 || f.state() == state)) return f;
     }
-    return std::nullopt;
+    return {};
 }
 
 }  // namespace srltest

@@ -9,14 +9,7 @@
 namespace srltest {
 namespace {
 
-class Codec : public ::testing::Test {
-protected:
-    void SetUp() override {
-        reset_interpreter();
-        plc.connect();
-    }
-    Plc plc;
-};
+using Codec = ConnectedPlc;
 
 TEST_F(Codec, WorkAreaUsesTheStandardLayout) {
     Bytes p = payload(7503, Bytes(150, 0));
@@ -27,8 +20,7 @@ TEST_F(Codec, WorkAreaUsesTheStandardLayout) {
     p[18] = 0x80;  // ZeroPointX 1.0 at the odd offset 17
     p[153] = 1;    // DataChanged flag: not part of the record
     plc.cycle({command(3, p)});
-    LRob_typeServerCmdWriteWorkArea w;
-    std::memcpy(&w, fakes().last("write_workarea")->in.data(), sizeof w);
+    const auto w = received<LRob_typeServerCmdWriteWorkArea>("write_workarea");
     EXPECT_EQ(w.WorkAreaNo, 3);
     EXPECT_EQ(w.WorkAreaData.Data.FrameNo, 5);
     EXPECT_EQ(w.WorkAreaData.Data.DefinitionMode, 0);
@@ -39,12 +31,8 @@ TEST_F(Codec, WorkAreaUsesTheStandardLayout) {
     rsp.WorkAreaData.Data.FrameNo = 5;
     rsp.WorkAreaData.Data.Radius = -90.0f;
     rsp.DataChanged = 1;
-    std::vector<uint8_t> a(sizeof rsp);
-    std::memcpy(a.data(), &rsp, sizeof rsp);
-    fakes().answer["read_workarea"] = a;
-    const Reply r = plc.cycle({command(4, payload(7502, {3}))});
-    ASSERT_NE(r.find(4), nullptr);
-    const Bytes& b = r.find(4)->bytes;
+    answer("read_workarea", rsp);
+    const Bytes b = plc.cycle({command(4, payload(7502, {3}))}).find(4).bytes;
     ASSERT_EQ(b.size(), 154u);
     EXPECT_EQ(b[4], 3);
     EXPECT_EQ(b[16], 5);
@@ -58,17 +46,16 @@ TEST_F(Codec, ExchangeConfigurationSyncBytes) {
     p[15] = 0x11;  // DataInSync
     p[17] = 0x03;  // DataEnableSync: tools, frames
     plc.cycle({{2, 0x05, 0, p}});
-    LRob_typeServerCmdExchangeConfiguration c;
-    std::memcpy(&c, fakes().last("exchange_config")->in.data(), sizeof c);
+    const auto c = received<LRob_typeServerCmdExchangeConfiguration>("exchange_config");
     EXPECT_EQ(c.SyncStatePLC[0], 0x11);
     EXPECT_EQ(c.SyncEnable.Tool, 1);
     EXPECT_EQ(c.SyncEnable.Frame, 1);
     EXPECT_EQ(c.SyncEnable.Load, 0);
 
     srl_set_sync_item_parameters(0, 4, nullptr);  // tool 4 changed on the controller
-    auto f = wait_for(plc, 2, 4);
-    ASSERT_TRUE(f.has_value());
-    EXPECT_EQ(f->bytes[14], 4);  // ChangeIndexTool
+    const Frag f = wait_for(plc, 2, 4);
+    ASSERT_EQ(f.bytes.size(), 30u);
+    EXPECT_EQ(f.bytes[14], 4);  // ChangeIndexTool
 }
 
 TEST_F(Codec, KinematicsRecordsCarryNoHeader) {
@@ -79,19 +66,13 @@ TEST_F(Codec, KinematicsRecordsCarryNoHeader) {
     LRob_typeServerRobotCartesianPosition pos{};
     pos.Position.X = 1.0f;
     pos.ExtendedPosition.E6 = 2.0f;
-    std::vector<uint8_t> a(sizeof pos);
-    std::memcpy(a.data(), &pos, sizeof pos);
-    fakes().answer["forward_kin"] = a;
+    answer("forward_kin", pos);
     uint8_t current[104] = {};
     current[102] = 3;  // tool in use
     current[103] = 2;
     srl_set_current_pos(current, 1.0f);
-    const Reply r = plc.cycle({command(3, p)});
-    float j1;
-    std::memcpy(&j1, fakes().last("forward_kin")->in.data(), 4);
-    EXPECT_FLOAT_EQ(j1, 90.0f);
-    ASSERT_NE(r.find(3), nullptr);
-    const Bytes& b = r.find(3)->bytes;
+    const Bytes b = plc.cycle({command(3, p)}).find(3).bytes;
+    EXPECT_FLOAT_EQ(received<float>("forward_kin"), 90.0f);
     ASSERT_EQ(b.size(), 60u);
     EXPECT_EQ(b[4], 3);
     EXPECT_EQ(b[5], 2);

@@ -81,15 +81,11 @@ TEST_F(Connection, LifesignTimeoutStopsTheArmAndResetRecovers) {
     // group stop first, then the command buffer is cleared
     std::vector<std::string> after;
     for (size_t i = calls_before; i < fakes().calls.size(); ++i) after.push_back(fakes().calls[i].name);
-    ASSERT_EQ(after.size(), 2u);
-    EXPECT_EQ(after[0], "group_stop");
-    EXPECT_EQ(after[1], "clear_cmd");
+    EXPECT_EQ(after, (std::vector<std::string>{"group_stop", "clear_cmd"}));
     // The move the client still waits for is finalised while the client can listen.
-    const RspFrag* aborted = r.find(3);
-    if (aborted == nullptr) aborted = plc.cycle().find(3);
-    ASSERT_NE(aborted, nullptr);
-    EXPECT_EQ(aborted->state(), 14);
-    EXPECT_EQ(aborted->code(), 0x6C06);
+    const Frag aborted = r.has(3) ? r.find(3) : plc.cycle().find(3);
+    EXPECT_EQ(aborted.state(), 14);
+    EXPECT_EQ(aborted.code(), 0x6C06);
 
     plc.freeze_life = false;
     plc.control = 3;
@@ -97,9 +93,7 @@ TEST_F(Connection, LifesignTimeoutStopsTheArmAndResetRecovers) {
     plc.control = 1;
     EXPECT_EQ(plc.cycle().state(), 255);
     plc.control = 0;
-    const Reply again = plc.cycle({command(1, payload(9001, {0, 1, 20}))});
-    ASSERT_NE(again.find(1), nullptr);
-    EXPECT_EQ(again.find(1)->state(), 4);
+    EXPECT_EQ(plc.cycle({command(1, payload(9001, {0, 1, 20}))}).find(1).state(), 4);
 }
 
 TEST_F(Connection, ConstantZeroLifesignTimesOutWithTheClientsTimeout) {
@@ -129,9 +123,7 @@ TEST_F(Connection, AnAllZeroImageIsNoPlcAndEndsInLifesignLoss) {
 
 TEST_F(Connection, TornTelegramIsIgnored) {
     plc.connect();
-    plc.life = static_cast<uint8_t>(plc.life % 15 + 1);
-    plc.seq = static_cast<uint16_t>(plc.seq + 1);
-    Tel t = plc.build({command(3, payload(5107, {1}))});
+    Tel t = plc.next({command(3, payload(5107, {1}))});
     t[255] = static_cast<uint8_t>((t[1] + 1) & 0x0F);  // footer lifesign differs
     const Reply torn = plc.send_raw(t);
     EXPECT_EQ(fakes().count("read_tool"), 0);
@@ -146,29 +138,23 @@ TEST_F(Connection, TornTelegramIsIgnored) {
 TEST_F(Connection, RepeatedSeqIsProcessedOnceAndItsContentStaysUnchanged) {
     plc.connect();
     const Reply first = plc.cycle({command(3, move_axes())});
-    const int rid = fakes().last("move_axes")->in[255];
+    const int rid = received<uint8_t>("move_axes", 255);
     srl_set_robot_motion_state_1(rid, 3, 0, 0);  // new state, but no new SEQ yet
     const Reply again = plc.cycle({command(3, move_axes())}, true);
     EXPECT_EQ(fakes().count("move_axes"), 1);
     EXPECT_TRUE(std::equal(first.raw.begin() + 10, first.raw.begin() + 255, again.raw.begin() + 10));
-    const Reply next = plc.cycle();
-    ASSERT_NE(next.find(3), nullptr);
-    EXPECT_EQ(next.find(3)->state(), 4);
+    EXPECT_EQ(plc.cycle().find(3).state(), 4);
     EXPECT_EQ(plc.cycle().frags.size(), 0u);  // delivered once
 }
 
 TEST_F(Connection, MalformedFragmentsNeverExecute) {
     plc.connect();
     // Sequence payload length beyond the telegram: discarded, still acknowledged.
-    plc.seq = static_cast<uint16_t>(plc.seq + 1);
-    plc.life = static_cast<uint8_t>(plc.life % 15 + 1);
-    Tel t = plc.build({command(3, payload(5107, {1}))});
+    Tel t = plc.next({command(3, payload(5107, {1}))});
     t[plc.cp() + 2] = 0x01;  // 0x01xx bytes announced
     EXPECT_EQ(plc.send_raw(t).ack, plc.seq);
     // Fragment length running past the sequence payload.
-    plc.seq = static_cast<uint16_t>(plc.seq + 1);
-    plc.life = static_cast<uint8_t>(plc.life % 15 + 1);
-    t = plc.build({command(3, payload(5107, {1}))});
+    t = plc.next({command(3, payload(5107, {1}))});
     t[plc.cp() + 4 + 7] = 40;
     plc.send_raw(t);
     EXPECT_EQ(fakes().count("read_tool"), 0);
@@ -179,15 +165,12 @@ TEST_F(Connection, MalformedFragmentsNeverExecute) {
                                {5, 0x03, 2, payload(5107, {1})},
                                {0, 0x03, 0, payload(5107, {1})},
                                {51, 0x03, 0, payload(5107, {1})}});
-    ASSERT_NE(r.find(4), nullptr);
-    EXPECT_EQ(r.find(4)->code(), 0x9A10);
-    ASSERT_NE(r.find(5), nullptr);
-    EXPECT_EQ(r.find(5)->code(), 0x9A08);
-    ASSERT_NE(r.find(51), nullptr);
-    EXPECT_EQ(r.find(51)->state(), 15);
-    EXPECT_EQ(r.find(51)->severity(), 28);
-    EXPECT_EQ(r.find(51)->code(), 0x9A03);
-    EXPECT_EQ(r.find(0), nullptr);
+    EXPECT_EQ(r.find(4).code(), 0x9A10);
+    EXPECT_EQ(r.find(5).code(), 0x9A08);
+    EXPECT_EQ(r.find(51).state(), 15);
+    EXPECT_EQ(r.find(51).severity(), 28);
+    EXPECT_EQ(r.find(51).code(), 0x9A03);
+    EXPECT_FALSE(r.has(0));
     EXPECT_EQ(fakes().count("read_tool"), 0);
 }
 
@@ -198,7 +181,7 @@ TEST_F(Connection, ToolFrameBytesFollowTheConfiguration) {
     srl_config_set(cfg);
     plc.tool_frame = false;
     plc.connect();
-    EXPECT_EQ(plc.cycle({command(3, payload(5107, {2}))}).find(3)->state(), 10);
+    EXPECT_EQ(plc.cycle({command(3, payload(5107, {2}))}).find(3).state(), 10);
 
     // With R->P Cartesian the bytes are there and feed the cyclic position handler.
     reset_interpreter();
@@ -209,28 +192,22 @@ TEST_F(Connection, ToolFrameBytesFollowTheConfiguration) {
     cart.tool = 7;
     cart.frame = 9;
     cart.connect();
-    const Reply r = cart.cycle({command(3, payload(5107, {2}))});
-    ASSERT_NE(r.find(3), nullptr);
-    EXPECT_EQ(r.find(3)->state(), 10);
-    const Call* cyc = fakes().last("cyclic_position");
-    ASSERT_NE(cyc, nullptr);
-    EXPECT_EQ(cyc->in[0], 7);
-    EXPECT_EQ(cyc->in[1], 9);
+    EXPECT_EQ(cart.cycle({command(3, payload(5107, {2}))}).find(3).state(), 10);
+    EXPECT_EQ(received<uint8_t>("cyclic_position", 0), 7);
+    EXPECT_EQ(received<uint8_t>("cyclic_position", 1), 9);
 
     // "Always expect ToolNo/FrameNo": SEQ at byte 20 without any optional data.
     reset_interpreter();  // the fixture default sets always_tool_frame
     Plc st;
     st.connect();
-    EXPECT_EQ(st.cycle({command(3, payload(5107, {2}))}).find(3)->state(), 10);
+    EXPECT_EQ(st.cycle({command(3, payload(5107, {2}))}).find(3).state(), 10);
 }
 
 TEST_F(Connection, CyclicBlocksCarryPositionAndJoints) {
     LRob_typeServerAxesGroupOptionalCyclicServerClientCartesianPos_Data block{};
     block.Position.X = 1.0f;
     block.CurrentCoordinateSystem = {7, 9};
-    std::vector<uint8_t> a(sizeof block);
-    std::memcpy(a.data(), &block, sizeof block);
-    fakes().answer["cyclic_position"] = a;
+    answer("cyclic_position", block);
     uint8_t pos[104] = {};
     const float j1 = -90.0f;
     std::memcpy(pos + 54, &j1, 4);
@@ -249,12 +226,11 @@ TEST_F(Connection, ResponsesAreNeverSplitButShortenedOrDeferred) {
     plc.control = 1;
     plc.cycle();
     plc.control = 0;
-    Reply r = plc.cycle({command(1, payload(9001, {0, 1, 20}))});
-    ASSERT_NE(r.find(1), nullptr);
-    EXPECT_EQ(r.find(1)->bytes.size(), 163u);  // 170-byte ReadMessages, text shortened
-    EXPECT_EQ(r.find(1)->action, 0x05);
-    EXPECT_EQ(r.find(1)->pointer, 0);
-    r = plc.cycle({command(3, payload(5100, Bytes(8, 0))), command(4, payload(9002))});
+    const Frag m = plc.cycle({command(1, payload(9001, {0, 1, 20}))}).find(1);
+    EXPECT_EQ(m.bytes.size(), 163u);  // 170-byte ReadMessages, text shortened
+    EXPECT_EQ(m.action, 0x05);
+    EXPECT_EQ(m.pointer, 0);
+    Reply r = plc.cycle({command(3, payload(5100, Bytes(8, 0))), command(4, payload(9002))});
     ASSERT_EQ(r.frags.size(), 1u);  // 112 + 134 bytes do not fit together
     const uint16_t first = r.frags[0].id;
     const Reply again = plc.cycle({}, true);  // same ACK: identical content
@@ -272,9 +248,7 @@ TEST_F(Connection, NoExecutionOutsideInitialised) {
     plc.control = 2;
     plc.cycle();  // 161
     plc.control = 0;
-    const Reply r = plc.cycle({command(3, payload(5107, {1}))});
-    ASSERT_NE(r.find(3), nullptr);
-    EXPECT_EQ(r.find(3)->code(), 0x8F18);
+    EXPECT_EQ(plc.cycle({command(3, payload(5107, {1}))}).find(3).code(), 0x8F18);
     EXPECT_EQ(fakes().count("read_tool"), 0);
 }
 
@@ -297,33 +271,32 @@ TEST_F(Connection, MessagesChannelSendsEachMessageOnceUntilAcknowledged) {
     int8_t id = -1;
     EXPECT_EQ(srl_report_error_warning(id, false, 0x6C03, 28, "target unreachable"), 0);
     EXPECT_NE(id, -1);
-    auto m = wait_for(plc, 1);
-    ASSERT_TRUE(m.has_value());
-    EXPECT_EQ(m->state(), 4);
-    EXPECT_EQ(m->bytes[4], static_cast<uint8_t>(id));  // MsgID
-    EXPECT_EQ(m->bytes[6], 1);                         // one active error
-    EXPECT_EQ(m->bytes[15], 28);                       // severity
-    EXPECT_EQ(Bytes(m->bytes.begin() + 16, m->bytes.begin() + 20), hex("00 00 6C 03"));
-    EXPECT_EQ(std::string(reinterpret_cast<const char*>(&m->bytes[20])), "target unreachable");
-    EXPECT_EQ(plc.cycle().status() & (1u << 5), 1u << 5);                 // ErrorPending
-    for (int i = 0; i < 5; ++i) EXPECT_EQ(plc.cycle().find(1), nullptr);  // not repeated
+    const Frag m = wait_for(plc, 1);
+    EXPECT_EQ(m.state(), 4);
+    ASSERT_EQ(m.bytes.size(), 170u);
+    EXPECT_EQ(m.bytes[4], static_cast<uint8_t>(id));  // MsgID
+    EXPECT_EQ(m.bytes[6], 1);                         // one active error
+    EXPECT_EQ(m.bytes[15], 28);                       // severity
+    EXPECT_EQ(Bytes(m.bytes.begin() + 16, m.bytes.begin() + 20), hex("00 00 6C 03"));
+    EXPECT_EQ(std::string(reinterpret_cast<const char*>(&m.bytes[20])), "target unreachable");
+    EXPECT_EQ(plc.cycle().status() & (1u << 5), 1u << 5);          // ErrorPending
+    for (int i = 0; i < 5; ++i) EXPECT_FALSE(plc.cycle().has(1));  // not repeated
 
     int8_t second = -1;
     srl_report_error_warning(second, false, 0x7A01, 20, "acr almost full");
     int8_t low = -1;
     srl_report_error_warning(low, false, 0x6A02, 5, "below level 20");
     // Acknowledge: the next message follows; the info below the client's level never does.
-    const Reply ack = plc.cycle({{1, 0x05, 0, payload(9001, {static_cast<uint8_t>(id), 1, 20}, 2, 2)}});
-    ASSERT_NE(ack.find(1), nullptr);
-    EXPECT_EQ(ack.find(1)->bytes[4], static_cast<uint8_t>(second));
-    EXPECT_EQ(ack.find(1)->parseq(), 2);
+    const Frag ack = plc.cycle({{1, 0x05, 0, payload(9001, {static_cast<uint8_t>(id), 1, 20}, 2, 2)}}).find(1);
+    ASSERT_EQ(ack.parseq(), 2);
+    EXPECT_EQ(ack.bytes[4], static_cast<uint8_t>(second));
 
     srl_report_error_warning(id, true, 0x6C03, 28, "target unreachable");  // processed
     EXPECT_EQ(plc.cycle().status() & (1u << 5), 0u);
     // Unacknowledged: given up after the timeout, then "no message".
-    const Reply after = plc.cycle({{1, 0x05, 0, payload(9001, {static_cast<uint8_t>(second), 1, 20}, 2, 3)}});
-    ASSERT_NE(after.find(1), nullptr);
-    EXPECT_EQ(after.find(1)->bytes[4], 0);
+    const Frag after = plc.cycle({{1, 0x05, 0, payload(9001, {static_cast<uint8_t>(second), 1, 20}, 2, 3)}}).find(1);
+    ASSERT_EQ(after.parseq(), 3);
+    EXPECT_EQ(after.bytes[4], 0);
 }
 
 TEST_F(Connection, UnacknowledgedMessageTimesOut) {
@@ -331,12 +304,12 @@ TEST_F(Connection, UnacknowledgedMessageTimesOut) {
     int8_t a = -1, b = -1;
     srl_report_error_warning(a, false, 0x8C03, 28, "first");
     srl_report_error_warning(b, false, 0x8C04, 28, "second");
-    auto first = wait_for(plc, 1);
-    ASSERT_TRUE(first.has_value());
-    EXPECT_EQ(first->bytes[4], static_cast<uint8_t>(a));
-    auto next = wait_for(plc, 1, -1, 2000);
-    ASSERT_TRUE(next.has_value());
-    EXPECT_EQ(next->bytes[4], static_cast<uint8_t>(b));
+    const Frag first = wait_for(plc, 1);
+    ASSERT_EQ(first.state(), 4);
+    EXPECT_EQ(first.bytes[4], static_cast<uint8_t>(a));
+    const Frag next = wait_for(plc, 1, -1, 2000);
+    ASSERT_EQ(next.state(), 4);
+    EXPECT_EQ(next.bytes[4], static_cast<uint8_t>(b));
     EXPECT_GE(g_now_ms, 5000u);
 }
 

@@ -7,7 +7,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <optional>
 
 #include "fake_handlers.h"
 
@@ -35,16 +34,14 @@ TEST_F(SafetyWire, AbortingModesOnlyWhereTheHandlerAborts) {
         plc.cycle({command(3, move_axes())});
         Bytes body(c.type == 2103 ? 88 : 60, 0);
         body[0] = 1;
-        const Reply r = plc.cycle({command(4, payload(c.type, body, c.exec))});
+        const Frag f = plc.cycle({command(4, payload(c.type, body, c.exec))}).find(4);
         EXPECT_EQ(fakes().count(c.handler), c.accepted ? 1 : 0) << c.type;
         if (!c.accepted) {
-            ASSERT_NE(r.find(4), nullptr) << c.type;
-            EXPECT_EQ(r.find(4)->state(), 15) << c.type;
-            EXPECT_EQ(r.find(4)->code(), 0x8F10) << c.type;
+            EXPECT_EQ(f.state(), 15) << c.type;
+            EXPECT_EQ(f.code(), 0x8F10) << c.type;
         }
         // Only an accepted aborting command ends the queued move (Aborted, 0x6C06).
-        const auto move = wait_for(plc, 3, 14);
-        EXPECT_EQ(move.has_value(), c.accepted) << c.type;
+        EXPECT_EQ(wait_for(plc, 3, 14).id != 0, c.accepted) << c.type;
     }
 }
 
@@ -69,48 +66,27 @@ TEST_F(SafetyWire, WorkAreaNumberInBothLayouts) {
         {"read UINT", "1D 4E 02 13 00 03", "read_workarea", 3, "1A 00 00 00"},
         {"read ambiguous", "1D 4E 02 13 03 03", nullptr, -1, "1F 1C 8D 47"},
     };
-    uint8_t seq = 4;
     for (const auto& c : cases) {
         SCOPED_TRACE(c.what);
         fakes() = Fakes{};
-        Bytes payload_bytes = hex(c.payload);
-        const bool write = payload_bytes[1] == 0x4F;
+        Bytes p = hex(c.payload);
+        const bool write = p[1] == 0x4F;
         if (write) {
-            payload_bytes.resize(89, 0);
+            p.resize(89, 0);
             const Bytes lower = hex("C2 C8 00 00"), upper = hex("42 F0 00 00");
-            std::copy(lower.begin(), lower.end(), payload_bytes.begin() + 57);
-            std::copy(upper.begin(), upper.end(), payload_bytes.begin() + 85);
+            std::copy(lower.begin(), lower.end(), p.begin() + 57);
+            std::copy(upper.begin(), upper.end(), p.begin() + 85);
         }
-        Tel t = telegram({
-            {0, "23 00 01 00 01 00 00 00"},   // version 1.3, lengths 256/256, no control
-            {18, "FF FF"},                    // ToolNo/FrameNo
-            {24, "00 05 00 03 00 00 00 00"},  // CmdID 5, Reset+Complete, pointer 0, length below
-        });
-        t[1] = seq % 15 + 1;
-        t[255] = t[1];
-        t[20] = 0;
-        t[21] = seq;  // a new SEQ
-        t[22] = 0;
-        t[23] = static_cast<uint8_t>(8 + payload_bytes.size());
-        t[31] = static_cast<uint8_t>(payload_bytes.size());
-        std::copy(payload_bytes.begin(), payload_bytes.end(), t.begin() + 32);
-        plc.seq = seq++;
-        plc.life = t[1];
-        const Reply r = plc.send_raw(t);
-        ASSERT_NE(r.find(5), nullptr);
-        const Bytes head(r.find(5)->bytes.begin(), r.find(5)->bytes.begin() + 4);
-        EXPECT_EQ(head, hex(c.header));
-        EXPECT_EQ(r.find(5)->bytes.size(), write ? 4u : 154u);
+        const Frag f = plc.cycle({command(5, p)}).find(5);
+        ASSERT_EQ(f.bytes.size(), write ? 4u : 154u);
+        EXPECT_EQ(Bytes(f.bytes.begin(), f.bytes.begin() + 4), hex(c.header));
         if (c.handler == nullptr) {
             EXPECT_EQ(fakes().count("write_workarea") + fakes().count("read_workarea"), 0);
             continue;
         }
-        const Call* call = fakes().last(c.handler);
-        ASSERT_NE(call, nullptr);
-        EXPECT_EQ(call->in[4], c.area);
+        EXPECT_EQ(received<uint8_t>(c.handler, 4), c.area);
         if (write) {
-            LRob_typeServerCmdWriteWorkArea w;
-            std::memcpy(&w, call->in.data(), sizeof w);
+            const auto w = received<LRob_typeServerCmdWriteWorkArea>(c.handler);
             EXPECT_FLOAT_EQ(w.WorkAreaData.Data.JointLowerLimit.J1, -100.0f);
             EXPECT_FLOAT_EQ(w.WorkAreaData.Data.JointUpperLimit.J1, 120.0f);
         }
@@ -164,22 +140,21 @@ TEST_F(SafetyWire, ActiveMovesReportProgressAndRemainingDistance) {
                                             : c.type == 2103 ? "move_linear"
                                                              : "move_direct"),
                                      3, 0, 0);
-        ASSERT_TRUE(wait_for(plc, 3, 4).has_value());
+        ASSERT_EQ(wait_for(plc, 3, 4).state(), 4);
         push_position(c.at, c.at);
-        std::optional<RspFrag> last;
+        Frag last;
         for (int i = 0; i < 40; ++i) {
             const Reply r = plc.cycle();
-            if (r.find(3) != nullptr) last = *r.find(3);
+            if (r.has(3)) last = r.find(3);
         }
         if (c.tool == 3) {
-            EXPECT_FALSE(last.has_value()) << "no answer without a comparable position";
+            EXPECT_EQ(last.id, 0) << "no answer without a comparable position";
             continue;
         }
-        ASSERT_TRUE(last.has_value());
-        EXPECT_EQ(last->state(), 4);
-        EXPECT_EQ(be16(&last->bytes[8]), c.progress);
+        ASSERT_EQ(last.state(), 4);
+        EXPECT_EQ(be16(&last.bytes[8]), c.progress);
         if (c.type != 2101) {
-            EXPECT_NEAR(be_real(&last->bytes[10]), c.remaining, 1e-3);
+            EXPECT_NEAR(be_real(&last.bytes[10]), c.remaining, 1e-3);
         }
     }
 }

@@ -31,6 +31,7 @@ public:
     ChildProcess(const ChildProcess&) = delete;
     ChildProcess& operator=(const ChildProcess&) = delete;
 
+    pid_t pid() const { return pid_; }
     bool running();
     // Waits for the exit; returns false on timeout. status() then tells how it ended.
     bool waitExit(int timeoutMs);

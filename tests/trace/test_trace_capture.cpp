@@ -60,6 +60,16 @@ Outcome tshark(const std::string& file, const std::string& args, const std::stri
     return shell("TZ=UTC " TSHARK_BIN " -n -r '" + file + "' -X lua_script:" SRCI_LUA " " + args, dir);
 }
 
+// A whole capture through the dissector: no Lua error, no malformed frame, nothing on stderr.
+void expect_clean_dissection(const std::string& file, const std::string& dir) {
+    const Outcome v = tshark(file, "-V", dir);
+    EXPECT_EQ(v.code, 0) << v.err;
+    EXPECT_EQ(without_root_warning(v.err), "");
+    EXPECT_EQ(v.out.find("Lua Error"), std::string::npos) << v.out.substr(v.out.find("Lua Error"), 200);
+    EXPECT_EQ(v.out.find("Malformed Packet"), std::string::npos);
+    EXPECT_NE(v.out.find("SRCI Standard Robot Command Interface"), std::string::npos);
+}
+
 std::vector<std::string> lines(const std::string& text) {
     std::vector<std::string> out;
     std::istringstream in(text);
@@ -81,16 +91,6 @@ protected:
         pnio->signal(SIGKILL);
         pnio->waitExit(5000);
         if (server) server->kill();
-    }
-
-    // The whole capture through the dissector: no Lua error, no malformed frame, nothing on stderr.
-    void expect_clean_dissection() {
-        const Outcome v = tshark(trace, "-V", dir.path());
-        EXPECT_EQ(v.code, 0) << v.err;
-        EXPECT_EQ(without_root_warning(v.err), "");
-        EXPECT_EQ(v.out.find("Lua Error"), std::string::npos);
-        EXPECT_EQ(v.out.find("Malformed Packet"), std::string::npos);
-        EXPECT_NE(v.out.find("SRCI Standard Robot Command Interface"), std::string::npos);
     }
 
     // One -T fields row per frame matching filter.
@@ -149,7 +149,7 @@ TEST_F(TraceCapture, TheDemoTourDecodesWithEveryParameterItWasSent) {
                   .code,
               0);
     kill_recorder();
-    expect_clean_dissection();
+    expect_clean_dissection(trace, dir.path());
     const struct {
         const char* filter;
         const char* fields;
@@ -189,7 +189,7 @@ TEST_F(TraceCapture, AMalformedTelegramBurstIsFlaggedNotCrashed) {
     }
     close(fd);
     kill_recorder();
-    expect_clean_dissection();
+    expect_clean_dissection(trace, dir.path());
     EXPECT_GE(fields("srci.expert.lifesign_mismatch", "frame.number").size(), 200u);
     EXPECT_FALSE(
         fields("srci.expert.length || srci.expert.overrun || srci.expert.reserved_bit", "frame.number").empty());
@@ -232,7 +232,7 @@ TEST_F(TraceCapture, AFragmentedCommandIsReassembled) {
     for (int i = 0; i < 10; ++i) ASSERT_TRUE(send());
     close(fd);
     kill_recorder();
-    expect_clean_dissection();
+    expect_clean_dissection(trace, dir.path());
     EXPECT_TRUE(any_contains(
         fields("srci.reassembled.fragments == 2", "srci.cmd.type srci.cmd.z srci.cmd.tool_no srci.reassembled.length"),
         "WriteToolData,123,7,39"));
@@ -246,7 +246,7 @@ TEST_F(TraceCapture, ALostLifesignShowsAsTelegramState165AndTheReset) {
     std::this_thread::sleep_for(std::chrono::seconds(3));
     ASSERT_EQ(plc({"status"}).code, 0);
     kill_recorder();
-    expect_clean_dissection();
+    expect_clean_dissection(trace, dir.path());
     EXPECT_FALSE(fields("srci.telegram_state == 165 && srci.expert.telegram_state", "frame.number").empty());
     const std::string text = trace_text();
     const size_t lost = text.find("TelegramState 165 CLIENT_LIFESIGN_TIMEOUT");
@@ -278,11 +278,7 @@ TEST(TraceRobustness, TelegramsOfAnyLengthNeverBreakTheDissector) {
     const std::string path = dir.file("random.pcapng");
     std::ofstream(path, std::ios::binary)
         .write(reinterpret_cast<const char*>(file.data()), static_cast<long>(file.size()));
-    const Outcome v = tshark(path, "-V", dir.path());
-    EXPECT_EQ(v.code, 0) << v.err;
-    EXPECT_EQ(without_root_warning(v.err), "");
-    EXPECT_EQ(v.out.find("Lua Error"), std::string::npos) << v.out.substr(v.out.find("Lua Error"), 200);
-    EXPECT_EQ(v.out.find("Malformed Packet"), std::string::npos);
+    expect_clean_dissection(path, dir.path());
 }
 
 // One telegram pair per case, built by hand: each expert item fires on what it is meant to catch

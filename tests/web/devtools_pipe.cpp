@@ -132,20 +132,7 @@ bool HeadlessBrowser::open(const std::string& url, std::string& why) {
     }
     const auto targets = call("Target.getTargets", nlohmann::json::object(), 60000);
     if (targets.is_null() || !targets.contains("result")) {
-        int status = 0;
-        bool ended = false;
-        for (int i = 0; i < 20 && !ended; ++i) {  // a closed pipe comes a moment before the exit status
-            ended = waitpid(pid_, &status, WNOHANG) == pid_;
-            if (!ended) std::this_thread::sleep_for(std::chrono::milliseconds(50));
-        }
-        if (ended) {
-            why = "the browser ended at start with " + (WIFEXITED(status)
-                                                            ? "exit code " + std::to_string(WEXITSTATUS(status))
-                                                            : "signal " + std::to_string(WTERMSIG(status)));
-            pid_ = -1;
-        } else {
-            why = "the browser did not answer on its DevTools pipe within 60 s";
-        }
+        why = "the browser did not answer on its DevTools pipe (its log follows)";
         return false;
     }
     std::string target;
@@ -173,8 +160,10 @@ bool HeadlessBrowser::open(const std::string& url, std::string& why) {
 
 std::string HeadlessBrowser::evaluate(const std::string& expression) {
     const auto r = call("Runtime.evaluate", {{"expression", expression}, {"returnByValue", true}}, 30000);
-    if (r.is_null() || !r.contains("result") || !r["result"]["result"]["value"].is_string()) return {};
-    return r["result"]["result"]["value"];
+    // Before the page has run its script the answer carries no value: no key may be assumed.
+    const nlohmann::json::json_pointer value("/result/result/value");
+    if (!r.is_object() || !r.contains(value) || !r[value].is_string()) return {};
+    return r[value];
 }
 
 bool HeadlessBrowser::screenshot(const std::string& path) {

@@ -26,20 +26,22 @@ struct Link {
     uint16_t ack = 0;
 
     Link() { m.connection(true, "test client", now); }
+    void exchange(const std::vector<uint8_t>& p, const Robot& r) {
+        const auto b = r.bytes();
+        m.exchange(p.data(), b.data(), 256, now += 4);
+    }
     // One exchange; the PLC's fragments travel under a new SEQ, the robot's under a new ACK.
     void step(std::vector<srci_plc::Fragment> out, Robot r = {}) {
         if (!out.empty()) ++seq;
         r.ack = ++ack;
         last_plc = plc(seq, std::move(out), r.tn);
-        const auto b = r.bytes();
-        m.exchange(last_plc.data(), b.data(), 256, now += 4);
+        exchange(last_plc, r);
     }
     // The PLC sends the same telegram again: the robot has not acknowledged it yet.
     void repeat() {
         Robot r;
         r.ack = ack;
-        const auto b = r.bytes();
-        m.exchange(last_plc.data(), b.data(), 256, now += 4);
+        exchange(last_plc, r);
     }
     void answer(std::vector<srci_plc::Fragment> in, uint16_t tn = 0x0006) {
         Robot r;
@@ -86,9 +88,7 @@ TEST(LiveViewModel, FollowsAMoveFromBufferedToDoneAndKeepsItAsFinished) {
     Robot stale;
     stale.ack = l.ack;
     stale.fragments = {response(3, 10)};
-    const auto p = plc(++l.seq, {command(3, 2103)});
-    const auto b = stale.bytes();
-    l.m.exchange(p.data(), b.data(), 256, l.now += 4);
+    l.exchange(plc(++l.seq, {command(3, 2103)}), stale);
     ASSERT_EQ(l.commands()["inFlight"].size(), 1u);
     EXPECT_EQ(l.commands()["inFlight"][0]["state"], "Sent");
 }
@@ -182,12 +182,9 @@ TEST(LiveViewModel, DecodesEitherPlacementOfToolAndFrameAndTheRobotsLatchedLayou
     init.control = srci_plc::Control::Initialize;
     Robot r;
     r.state = 254;
-    auto p = srci_plc::encode_plc_telegram(init);
-    auto b = r.bytes();
-    l.m.exchange(p.data(), b.data(), 256, l.now += 4);
+    l.exchange(srci_plc::encode_plc_telegram(init), r);
     r.state = 255;
-    b = r.bytes();
-    l.m.exchange(p.data(), b.data(), 256, l.now += 4);
+    l.exchange(srci_plc::encode_plc_telegram(init), r);
     // The next client sends bytes 18-19 without asking for the Cartesian block and wants joints only;
     // the robot answers in its latched layout until it initialises again.
     srci_plc::PlcTelegram t;
@@ -195,11 +192,9 @@ TEST(LiveViewModel, DecodesEitherPlacementOfToolAndFrameAndTheRobotsLatchedLayou
     t.tn_rob_to_plc = 0x0004;
     t.tool_frame_always = true;
     t.fragments = {command(4, 1000)};
-    p = srci_plc::encode_plc_telegram(t);
     r.state = 254;
     r.joints = {12.5f, 0, 0, 0, 0, 0};
-    b = r.bytes();
-    l.m.exchange(p.data(), b.data(), 256, l.now += 4);
+    l.exchange(srci_plc::encode_plc_telegram(t), r);
     EXPECT_EQ(l.m.link().decode_errors, 0u) << l.m.link().last_decode_error;
     ASSERT_EQ(l.commands()["inFlight"].size(), 1u);
     EXPECT_EQ(l.commands()["inFlight"][0]["name"], "EnableRobot");
@@ -211,8 +206,7 @@ TEST(LiveViewModel, MalformedTelegramsAreCountedNotTrusted) {
     Link l;
     auto p = plc(1, {command(1, 2101)});
     be16(p, 22, 240);  // sequence payload length beyond the telegram
-    const auto b = Robot{}.bytes();
-    l.m.exchange(p.data(), b.data(), 256, l.now += 4);
+    l.exchange(p, Robot{});
     EXPECT_EQ(l.m.link().decode_errors, 1u);
     EXPECT_TRUE(l.commands()["inFlight"].empty());
     std::vector<uint8_t> junk(256);

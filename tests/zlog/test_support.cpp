@@ -13,31 +13,23 @@
 
 namespace zlog_test {
 
-ShmScope::ShmScope(std::initializer_list<const char*> channels) {
+ShmScope::ShmScope(std::initializer_list<const char*> channels) : channels_(channels.begin(), channels.end()) {
     static std::atomic<int> counter{0};
     scope_ = "zlogtest." + std::to_string(getpid()) + "." + std::to_string(counter++);
-    if (const auto* info = testing::UnitTest::GetInstance()->current_test_info()) {
+    if (const auto* info = testing::UnitTest::GetInstance()->current_test_info())
         scope_ += std::string(".") + info->name();
-    }
-    for (const char* c : channels) {
-        channels_.emplace_back(c);
-    }
     qxutil::setShmScope(scope_);
 }
 
 ShmScope::~ShmScope() {
     qxutil::setShmScope(scope_);
-    for (const auto& c : channels_) {
-        qxutil::removeChannel(c.c_str());
-    }
+    for (const auto& c : channels_) qxutil::removeChannel(c.c_str());
     qxutil::setShmScope("");
 }
 
 TempDir::TempDir() {
     std::string pattern = (std::filesystem::temp_directory_path() / "zlogtest.XXXXXX").string();
-    if (mkdtemp(pattern.data()) == nullptr) {
-        throw std::runtime_error("mkdtemp failed");
-    }
+    if (mkdtemp(pattern.data()) == nullptr) throw std::runtime_error("mkdtemp failed");
     path_ = pattern;
 }
 
@@ -60,9 +52,7 @@ void writeFile(const std::filesystem::path& path, const std::string& content) {
 std::vector<std::string> splitLines(const std::string& text) {
     std::vector<std::string> lines;
     std::istringstream in(text);
-    for (std::string line; std::getline(in, line);) {
-        lines.push_back(line);
-    }
+    for (std::string line; std::getline(in, line);) lines.push_back(line);
     return lines;
 }
 

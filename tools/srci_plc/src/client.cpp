@@ -47,9 +47,16 @@ bool Client::enabled_flag(const AcrEntry& e) {
     return (e.last_payload[e.def->enabled_byte] & 1u) != 0;
 }
 
+// Like a PLC task: take the robot's last answer into account, write the outputs, and let the
+// answer to them wait in the socket until the next period, so a cycle costs one wake-up.
 void Client::cycle() {
-    const long long start = now_ms();
+    // A little late (the last answer's processing), the cycle keeps the grid; a whole period late
+    // (the caller was busy), it starts a new grid instead of racing to catch up.
+    const auto cycle_start = std::chrono::steady_clock::now();
+    if (cycle_start - next_cycle_ >= std::chrono::milliseconds(opt_.cycle_ms)) next_cycle_ = cycle_start;
     acr_.release_finished();
+    // A command submitted since the last answer rides in this very telegram.
+    if (have_rx_) advance_sequence_if_acked();
     lifesign_ = next_lifesign(lifesign_);
 
     PlcTelegram t;
@@ -69,7 +76,12 @@ void Client::cycle() {
     t.fragments = seq_fragments_;
     const std::vector<uint8_t> tx = encode_plc_telegram(t);
     std::vector<uint8_t> rx(t.length_rob_to_plc);
-    transport_.exchange(tx, rx);
+    transport_.send(tx);
+    if (opt_.cycle_ms > 0) {
+        next_cycle_ += std::chrono::milliseconds(opt_.cycle_ms);
+        std::this_thread::sleep_until(next_cycle_);
+    }
+    transport_.receive(rx);
     if (opt_.on_exchange) opt_.on_exchange(tx, rx);
 
     // The robot lifesign is only supervised once it has started (byte 1 != 0).
@@ -97,9 +109,6 @@ void Client::cycle() {
         rx_bytes_ = std::move(rx);
         process_answer();
     }
-
-    const long long left = start + opt_.cycle_ms - now_ms();
-    if (left > 0) std::this_thread::sleep_for(std::chrono::milliseconds(left));
 }
 
 void Client::process_answer() {
@@ -120,7 +129,6 @@ void Client::process_answer() {
     }
     prev_ack_ = rx_.ack;
     if (connecting_) drive_control();
-    advance_sequence_if_acked();
 }
 
 void Client::drive_control() {

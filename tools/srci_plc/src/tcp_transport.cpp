@@ -58,6 +58,11 @@ TcpTransport::~TcpTransport() {
 }
 
 void TcpTransport::exchange(const std::vector<uint8_t>& tx, std::vector<uint8_t>& rx) {
+    send(tx);
+    receive(rx);
+}
+
+void TcpTransport::send(const std::vector<uint8_t>& tx) {
     size_t done = 0;
     while (done < tx.size()) {
         const ssize_t n = ::send(fd_, tx.data() + done, tx.size() - done, MSG_NOSIGNAL);
@@ -65,9 +70,17 @@ void TcpTransport::exchange(const std::vector<uint8_t>& tx, std::vector<uint8_t>
         if (n <= 0) throw TransportError(errno_text("send"));
         done += static_cast<size_t>(n);
     }
+}
+
+void TcpTransport::receive(std::vector<uint8_t>& rx) {
+    // Usually the answer has been waiting since the last period: take it without a poll.
+    size_t done = 0;
+    const ssize_t first = ::recv(fd_, rx.data(), rx.size(), MSG_DONTWAIT);
+    if (first == 0 && !rx.empty()) throw TransportError("connection closed by the gateway");
+    if (first > 0) done = static_cast<size_t>(first);
+    else if (errno != EAGAIN && errno != EWOULDBLOCK && errno != EINTR) throw TransportError(errno_text("recv"));
     using clock = std::chrono::steady_clock;
     const auto deadline = clock::now() + std::chrono::milliseconds(timeout_ms_);
-    done = 0;
     while (done < rx.size()) {
         const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - clock::now()).count();
         if (left <= 0) throw TransportError("no complete answer within " + std::to_string(timeout_ms_) + " ms");

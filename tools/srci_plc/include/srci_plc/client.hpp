@@ -2,6 +2,7 @@
 #pragma once
 // PLC-side SRCI session: drives the cyclic exchange, the start-up handshake and
 // the command register on top of a Transport.
+#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <stdexcept>
@@ -135,6 +136,8 @@ private:
     RobotTelegram rx_;
     std::vector<uint8_t> rx_bytes_;
     bool have_rx_ = false;
+    // Start of the next cycle on a fixed grid of cycle_ms, so the link runs at exactly that period.
+    std::chrono::steady_clock::time_point next_cycle_{};
     uint8_t lifesign_ = 0;
     uint8_t fast_stop_ = 0;
     Control control_ = Control::None;

@@ -19,6 +19,13 @@ public:
     virtual ~Transport() = default;
     // Sends tx and fills rx with the answer (rx.size() bytes are expected).
     virtual void exchange(const std::vector<uint8_t>& tx, std::vector<uint8_t>& rx) = 0;
+    // The same exchange in two halves, so that the caller can sleep in between while the answer
+    // waits for it. A transport that cannot split runs the whole exchange in receive().
+    virtual void send(const std::vector<uint8_t>& tx) { pending_ = tx; }
+    virtual void receive(std::vector<uint8_t>& rx) { exchange(pending_, rx); }
+
+private:
+    std::vector<uint8_t> pending_;
 };
 
 class TcpTransport : public Transport {
@@ -28,6 +35,8 @@ public:
     TcpTransport(const TcpTransport&) = delete;
     TcpTransport& operator=(const TcpTransport&) = delete;
     void exchange(const std::vector<uint8_t>& tx, std::vector<uint8_t>& rx) override;
+    void send(const std::vector<uint8_t>& tx) override;
+    void receive(std::vector<uint8_t>& rx) override;
 
 private:
     int fd_ = -1;
