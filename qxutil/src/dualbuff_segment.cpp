@@ -19,6 +19,7 @@ namespace {
 // it takes microseconds; a creator that died half-way leaves the segment unusable.
 constexpr int INIT_WAIT_STEPS = 2000;
 constexpr long INIT_WAIT_STEP_NS = 100000;
+int initWaitSteps = INIT_WAIT_STEPS;
 
 std::atomic_ref<uint32_t> stateOf(SegmentHeader* h) { return std::atomic_ref<uint32_t>(h->state); }
 
@@ -78,7 +79,7 @@ bool buildHeader(SegmentHeader* h) {
 }
 
 bool waitUntilReady(SegmentHeader* h) {
-    for (int i = 0; i < INIT_WAIT_STEPS; ++i) {
+    for (int i = 0; i < initWaitSteps; ++i) {
         uint32_t s = stateOf(h).load(std::memory_order_acquire);
         if (s != StateInitialising) {
             return s == StateReady;
@@ -132,6 +133,8 @@ int openSized(const std::string& shmName) {
 }
 
 }  // namespace
+
+void setInitialisationWaitSteps(int steps) { initWaitSteps = steps > 0 ? steps : 1; }
 
 std::unique_ptr<Segment> Segment::attach(const char* name) {
     int fd = openSized(channelShmName(name));

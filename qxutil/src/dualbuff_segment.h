@@ -9,6 +9,11 @@
 
 namespace qxutil::detail {
 
+// How many steps of 0.1 ms attach() waits for another process to finish building a header
+// (2000, 200 ms, unless changed). The fuzzer shortens it: it builds stuck headers by the thousand.
+// Not thread-safe: set it before any attach.
+void setInitialisationWaitSteps(int steps);
+
 class Segment {
 public:
     // Opens (creating if absent) and validates the channel's segment under the current

@@ -4,7 +4,12 @@
 #include <cstdio>
 #include <limits>
 
+#include "INI/iniValueText.h"
 #include "itf_rc/srci_errcode.h"
+
+using srci::ini_detail::boolFromValue;
+using srci::ini_detail::floatFromValue;
+using srci::ini_detail::longFromValue;
 
 namespace {
 
@@ -18,6 +23,17 @@ std::string floatText(double value) {
     std::snprintf(text, sizeof text, "%f", static_cast<double>(narrowed));
     return text;
 }
+
+// A present key's value; the codes a missing section or key throws. One scan answers both
+// whether the key is there and what it holds.
+std::string presentValue(const std::string& path, const std::string& section, const std::string& key) {
+    srci::ini_detail::KeyLookup found = srci::ini_detail::lookupKeyInFile(section, key, path.c_str());
+    if (!found.keyFound) throw found.sectionFound ? srci::err_ini_no_key : srci::err_ini_no_section;
+    return std::move(found.value);
+}
+
+// Text reads go through a buffer of INI_BUFFERSIZE bytes.
+std::string asText(const std::string& value) { return value.substr(0, INI_BUFFERSIZE - 1); }
 
 }  // namespace
 
@@ -53,24 +69,42 @@ void INI::checkKey(const std::string& section, const std::string& key) const {
 }
 
 int INI::getInt(const std::string& section, const std::string& key) const {
-    checkKey(section, key);
-    return ini_.geti(section, key, 0);
+    return static_cast<int>(longFromValue(presentValue(path_, section, key), 0));
 }
 
+// Read as a 32-bit float, as minIni::getf does.
 double INI::getDouble(const std::string& section, const std::string& key) const {
-    checkKey(section, key);
-    return static_cast<double>(ini_.getf(section, key, 0.0f));
+    return static_cast<double>(floatFromValue(presentValue(path_, section, key), 0.0f));
 }
 
 std::string INI::getStr(const std::string& section, const std::string& key) const {
-    checkKey(section, key);
-    return ini_.gets(section, key, "");
+    return asText(presentValue(path_, section, key));
 }
 
 bool INI::getBool(const std::string& section, const std::string& key) const {
-    checkKey(section, key);
-    return ini_.getbool(section, key, false);
+    return boolFromValue(presentValue(path_, section, key), 0) != 0;
 }
+
+IniSection INI::section(const std::string& section) const {
+    return IniSection(srci::ini_detail::readSectionInFile(section, path_.c_str()));
+}
+
+const std::string& IniSection::value(const std::string& key) const {
+    if (!keys_.sectionFound) throw srci::err_ini_no_section;
+    const std::string* found = keys_.find(key);
+    if (found == nullptr) throw srci::err_ini_no_key;
+    return *found;
+}
+
+int IniSection::getInt(const std::string& key) const { return static_cast<int>(longFromValue(value(key), 0)); }
+
+double IniSection::getDouble(const std::string& key) const {
+    return static_cast<double>(floatFromValue(value(key), 0.0f));
+}
+
+std::string IniSection::getStr(const std::string& key) const { return asText(value(key)); }
+
+bool IniSection::getBool(const std::string& key) const { return boolFromValue(value(key), 0) != 0; }
 
 bool INI::put(const std::string& section, const std::string& key, const std::string& value) {
     return ini_.put(section, key, value);

@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "INI/iniLookup.h"
 #include "INI/minIni.h"
 
 // The keys of one section, written together so that after any crash the section holds
@@ -31,6 +32,23 @@ private:
     std::vector<std::string> values_;
 };
 
+// One section as read in one pass of the file. Its getters answer as INI's would have at the
+// moment of the read, and throw the same codes.
+class IniSection {
+public:
+    int getInt(const std::string& key) const;
+    double getDouble(const std::string& key) const;
+    std::string getStr(const std::string& key) const;
+    bool getBool(const std::string& key) const;
+
+private:
+    friend class INI;
+    explicit IniSection(srci::ini_detail::SectionKeys keys) : keys_(std::move(keys)) {}
+    const std::string& value(const std::string& key) const;
+
+    srci::ini_detail::SectionKeys keys_;
+};
+
 class INI {
 public:
     // Binds to the file; nothing is read or created yet.
@@ -45,6 +63,8 @@ public:
     double getDouble(const std::string& section, const std::string& key) const;
     std::string getStr(const std::string& section, const std::string& key) const;
     bool getBool(const std::string& section, const std::string& key) const;
+    // Every key of a section from one scan of the file: for records of several keys.
+    IniSection section(const std::string& section) const;
 
     // All return false when the file could not be written.
     bool put(const std::string& section, const std::string& key, const std::string& value);

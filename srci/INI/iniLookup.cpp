@@ -2,6 +2,7 @@
 #include "INI/iniLookup.h"
 
 #include "INI/iniLineSyntax.h"
+#include "INI/iniStorage.h"
 
 namespace srci::ini_detail {
 
@@ -28,6 +29,40 @@ KeyLookup lookupKey(IniLineReader& reader, std::string_view section, std::string
         }
     }
     return result;
+}
+
+KeyLookup lookupKeyInFile(std::string_view section, std::string_view key, const char* filename) {
+    FileHandle file = iniStorage().openForReading(filename);
+    if (!file) return {};
+    IniLineReader reader(file.get());
+    return lookupKey(reader, section, key);
+}
+
+const std::string* SectionKeys::find(std::string_view key) const {
+    for (const auto& [name, value] : keys) {
+        if (sameName(name, key)) return &value;
+    }
+    return nullptr;
+}
+
+SectionKeys readSection(IniLineReader& reader, std::string_view section) {
+    SectionKeys result;
+    result.sectionFound = findSection(reader, section);
+    if (!result.sectionFound) return result;
+    IniLine line;
+    while (reader.next(line)) {
+        const LineSyntax syntax = parseLine(line.parseText());
+        if (syntax.kind == LineKind::section) break;
+        if (syntax.kind == LineKind::key) result.keys.emplace_back(std::string(syntax.name), valueOf(syntax.rawValue));
+    }
+    return result;
+}
+
+SectionKeys readSectionInFile(std::string_view section, const char* filename) {
+    FileHandle file = iniStorage().openForReading(filename);
+    if (!file) return {};
+    IniLineReader reader(file.get());
+    return readSection(reader, section);
 }
 
 }  // namespace srci::ini_detail

@@ -5,6 +5,8 @@
 
 #include <string>
 #include <string_view>
+#include <utility>
+#include <vector>
 
 #include "INI/iniLineReader.h"
 
@@ -21,5 +23,22 @@ struct KeyLookup {
 };
 
 KeyLookup lookupKey(IniLineReader& reader, std::string_view section, std::string_view key);
+
+// The same lookup on a file opened through the current storage; nothing is found when the
+// file cannot be read.
+KeyLookup lookupKeyInFile(std::string_view section, std::string_view key, const char* filename);
+
+// The key lines of one section, read in one pass: a record of several keys costs one scan of
+// the file instead of one per key.
+struct SectionKeys {
+    bool sectionFound = false;
+    std::vector<std::pair<std::string, std::string>> keys;  // name as written, value as a read returns it
+
+    // The value lookupKey would return for key, or null where it would find none.
+    const std::string* find(std::string_view key) const;
+};
+
+SectionKeys readSection(IniLineReader& reader, std::string_view section);
+SectionKeys readSectionInFile(std::string_view section, const char* filename);
 
 }  // namespace srci::ini_detail

@@ -6,11 +6,14 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <string>
+#include <utility>
 
 #include "INI/iniFileAccess.h"
 #include "INI/iniLineSyntax.h"
 #include "INI/iniLookup.h"
 #include "INI/iniStorage.h"
+#include "INI/iniValueText.h"
 
 using namespace srci::ini_detail;
 
@@ -33,45 +36,40 @@ int copyOut(std::string_view text, char* buffer, int size) {
 }
 
 KeyLookup lookupInFile(const char* section, const char* key, const char* filename) {
-    KeyLookup result;
-    FileHandle file = iniStorage().openForReading(filename);
-    if (!file) return result;
-    IniLineReader reader(file.get());
-    return lookupKey(reader, orEmpty(section), orEmpty(key));
+    return lookupKeyInFile(orEmpty(section), orEmpty(key), filename);
 }
+
+// What a read of the key gives as text: its value, or "" when it is absent.
+std::string valueOrEmpty(const char* section, const char* key, const char* filename) {
+    if (key == nullptr) return {};
+    KeyLookup found = lookupInFile(section, key, filename);
+    return found.keyFound ? std::move(found.value) : std::string();
+}
+
+// The part of a value a fixed buffer of this size keeps.
+std::string_view cut(std::string_view value, std::size_t bufferSize) { return value.substr(0, bufferSize - 1); }
 
 }  // namespace
 
-int ini_gets(const char* section, const char* key, const char* defValue, char* buffer, int size, const char* filename) {
-    if (!usableBuffer(buffer, size)) return 0;
-    if (key != nullptr) {
-        const KeyLookup found = lookupInFile(section, key, filename);
-        if (found.keyFound) return copyOut(found.value, buffer, size);
-    }
-    return copyOut(orEmpty(defValue), buffer, size);
+namespace srci::ini_detail {
+
+long longFromValue(std::string_view value, long defValue) {
+    const std::string text(cut(value, numberBufferSize));
+    if (text.empty()) return defValue;
+    const bool hexadecimal = text.size() >= 2 && (text[1] == 'x' || text[1] == 'X');
+    return std::strtol(text.c_str(), nullptr, hexadecimal ? 16 : 10);
 }
 
-long ini_getl(const char* section, const char* key, long defValue, const char* filename) {
-    char buffer[numberBufferSize];
-    const int length = ini_gets(section, key, "", buffer, sizeof buffer, filename);
-    if (length == 0) return defValue;
-    const bool hexadecimal = length >= 2 && (buffer[1] == 'x' || buffer[1] == 'X');
-    return std::strtol(buffer, nullptr, hexadecimal ? 16 : 10);
-}
-
-float ini_getf(const char* section, const char* key, float defValue, const char* filename) {
-    char buffer[numberBufferSize];
-    const int length = ini_gets(section, key, "", buffer, sizeof buffer, filename);
-    if (length == 0) return defValue;
+float floatFromValue(std::string_view value, float defValue) {
+    const std::string text(cut(value, numberBufferSize));
+    if (text.empty()) return defValue;
     // strtof, not a narrowed strtod: out-of-range text saturates instead of
     // overflowing the float conversion.
-    return std::strtof(buffer, nullptr);
+    return std::strtof(text.c_str(), nullptr);
 }
 
-int ini_getbool(const char* section, const char* key, int defValue, const char* filename) {
-    char buffer[2];
-    ini_gets(section, key, "", buffer, sizeof buffer, filename);
-    switch (std::toupper(static_cast<unsigned char>(buffer[0]))) {
+int boolFromValue(std::string_view value, int defValue) {
+    switch (std::toupper(static_cast<unsigned char>(value.empty() ? '\0' : value.front()))) {
         case '1':
         case 'T':
         case 'Y':
@@ -83,6 +81,29 @@ int ini_getbool(const char* section, const char* key, int defValue, const char* 
         default:
             return defValue;
     }
+}
+
+}  // namespace srci::ini_detail
+
+int ini_gets(const char* section, const char* key, const char* defValue, char* buffer, int size, const char* filename) {
+    if (!usableBuffer(buffer, size)) return 0;
+    if (key != nullptr) {
+        const KeyLookup found = lookupInFile(section, key, filename);
+        if (found.keyFound) return copyOut(found.value, buffer, size);
+    }
+    return copyOut(orEmpty(defValue), buffer, size);
+}
+
+long ini_getl(const char* section, const char* key, long defValue, const char* filename) {
+    return longFromValue(valueOrEmpty(section, key, filename), defValue);
+}
+
+float ini_getf(const char* section, const char* key, float defValue, const char* filename) {
+    return floatFromValue(valueOrEmpty(section, key, filename), defValue);
+}
+
+int ini_getbool(const char* section, const char* key, int defValue, const char* filename) {
+    return boolFromValue(valueOrEmpty(section, key, filename), defValue);
 }
 
 int ini_hassection(const char* section, const char* filename) {

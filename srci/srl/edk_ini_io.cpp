@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // The store's sections in srci.ini. Reads abort at the first missing section or key, so a
 // partial record never leaves here; each record is written whole, its keys in a fixed order.
+#include <cstdio>
 #include <string>
 
 #include "itf_rc/srci_log.h"
@@ -10,13 +11,14 @@ namespace {
 
 std::string section(const char* prefix, int index) { return prefix + std::to_string(index); }
 
-srci::POSE readPose(const INI& ini, const std::string& sec) {
-    const double x = ini.getDouble(sec, "x");
-    const double y = ini.getDouble(sec, "y");
-    const double z = ini.getDouble(sec, "z");
-    const double rx = ini.getDouble(sec, "rx");
-    const double ry = ini.getDouble(sec, "ry");
-    const double rz = ini.getDouble(sec, "rz");
+// A record is read from one scan of its section; the first missing key still decides the code.
+srci::POSE readPose(const IniSection& sec) {
+    const double x = sec.getDouble("x");
+    const double y = sec.getDouble("y");
+    const double z = sec.getDouble("z");
+    const double rx = sec.getDouble("rx");
+    const double ry = sec.getDouble("ry");
+    const double rz = sec.getDouble("rz");
     return srci::POSE(x, y, z, rx, ry, rz);
 }
 
@@ -36,13 +38,25 @@ struct DynPair {
     double vel, acc;
 };
 
+// A dynamics section without one of its keys stops the start on purpose (the code is not caught
+// on the way out); the one line on stderr says which file, section and key made it so.
+double readDynValue(const INI& ini, const char* sec, const char* key) {
+    try {
+        return ini.getDouble(sec, key);
+    } catch (int) {
+        std::fprintf(stderr, "%s: section [%s] has no key \"%s\"; srci_server cannot start\n",
+                     ini.path().c_str(), sec, key);
+        throw;
+    }
+}
+
 bool readDynSection(const INI& ini, const char* sec, DynPair& out) {
     if (!ini.hasSection(sec)) {
         SRCI_LOG(zlog::ZLogLvError, std::string("fail to read ini ") + sec + ", use default");
         return false;
     }
-    out.vel = ini.getDouble(sec, "vel");
-    out.acc = ini.getDouble(sec, "acc");
+    out.vel = readDynValue(ini, sec, "vel");
+    out.acc = readDynValue(ini, sec, "acc");
     return true;
 }
 
@@ -53,36 +67,36 @@ void writeDynSection(INI& ini, const char* sec, double vel, double acc, double d
 }  // namespace
 
 srci::ToolData EDK_Helper::ReadToolFromINI(int index) {
-    const std::string sec = section("tool", index);
+    const IniSection sec = ini.section(section("tool", index));
     srci::ToolData tool;
-    tool.pose = readPose(ini, sec);
-    tool.fixed_tool = ini.getBool(sec, "fixTCP");
-    tool.loadId = static_cast<uint8_t>(ini.getInt(sec, "loadId"));
-    tool.physicalToolId = static_cast<uint8_t>(ini.getInt(sec, "physicalToolId"));
+    tool.pose = readPose(sec);
+    tool.fixed_tool = sec.getBool("fixTCP");
+    tool.loadId = static_cast<uint8_t>(sec.getInt("loadId"));
+    tool.physicalToolId = static_cast<uint8_t>(sec.getInt("physicalToolId"));
     return tool;
 }
 
 srci::FrameData EDK_Helper::ReadFrameFromINI(int index) {
-    const std::string sec = section("userFrame", index);
+    const IniSection sec = ini.section(section("userFrame", index));
     srci::FrameData frame;
-    frame.pose = readPose(ini, sec);
-    frame.refIndex = static_cast<uint8_t>(ini.getInt(sec, "refIndex"));
+    frame.pose = readPose(sec);
+    frame.refIndex = static_cast<uint8_t>(sec.getInt("refIndex"));
     return frame;
 }
 
 srci::LoadData EDK_Helper::ReadLoadFromINI(int index) {
-    const std::string sec = section("load", index);
+    const IniSection sec = ini.section(section("load", index));
     srci::LoadData load;
-    load.mass = ini.getDouble(sec, "mass");
-    load.x = ini.getDouble(sec, "x");
-    load.y = ini.getDouble(sec, "y");
-    load.z = ini.getDouble(sec, "z");
-    load.rx = ini.getDouble(sec, "rx");
-    load.ry = ini.getDouble(sec, "ry");
-    load.rz = ini.getDouble(sec, "rz");
-    load.ix = ini.getDouble(sec, "ix");
-    load.iy = ini.getDouble(sec, "iy");
-    load.iz = ini.getDouble(sec, "iz");
+    load.mass = sec.getDouble("mass");
+    load.x = sec.getDouble("x");
+    load.y = sec.getDouble("y");
+    load.z = sec.getDouble("z");
+    load.rx = sec.getDouble("rx");
+    load.ry = sec.getDouble("ry");
+    load.rz = sec.getDouble("rz");
+    load.ix = sec.getDouble("ix");
+    load.iy = sec.getDouble("iy");
+    load.iz = sec.getDouble("iz");
     return load;
 }
 

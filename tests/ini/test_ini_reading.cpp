@@ -72,6 +72,30 @@ TEST_F(IniReading, MissingSectionOrKeyIsThrownAsItsCode) {
     EXPECT_EQ(codeOf([&] { INI(dir.file("absent.ini")).getInt("tool1", "x"); }), srci::err_ini_no_section);
 }
 
+// A record read in one pass answers every key as the single-key getters do, codes included.
+TEST_F(IniReading, SectionReadAgreesWithTheSingleKeyGetters) {
+    writeBytes(path,
+               "top=7\n[Tool1]\nx=1.5\nX=2.5\nflag=yes\nn=0x10\nlong=123456789012345678901234567890123456789012"
+               "3456789012345678901234567\n[other]\ny=3\n[tool1]\ny=4\nz=5\n[empty]\n");
+    const char* const sections[] = {"", "tool1", "TOOL1", "other", "empty", "absent"};
+    const char* const keys[] = {"top", "x", "flag", "n", "long", "y", "z", "absent"};
+    for (const char* s : sections) {
+        const IniSection record = ini.section(s);
+        for (const char* k : keys) {
+            SCOPED_TRACE(std::string(s) + "/" + k);
+            const int code = codeOf([&] { ini.getStr(s, k); });
+            EXPECT_EQ(codeOf([&] { record.getStr(k); }), code);
+            if (code != 0) continue;
+            EXPECT_EQ(record.getStr(k), ini.getStr(s, k));
+            EXPECT_EQ(record.getInt(k), ini.getInt(s, k));
+            EXPECT_EQ(record.getDouble(k), ini.getDouble(s, k));
+            EXPECT_EQ(record.getBool(k), ini.getBool(s, k));
+        }
+    }
+    EXPECT_EQ(ini.section("tool1").getDouble("x"), 1.5);  // the first line of a key wins
+    EXPECT_EQ(codeOf([&] { ini.section("tool1").getInt("y"); }), srci::err_ini_no_key);  // first section only
+}
+
 TEST_F(IniReading, NamesCompareWithoutCaseButWithLength) {
     writeBytes(path, "[Tool1]\n  LoadID = 4\n[tool10]\nloadId=10\n[ tool2 ]\nloadId=2\n");
     EXPECT_EQ(ini.getInt("tool1", "loadId"), 4);

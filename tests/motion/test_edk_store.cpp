@@ -137,17 +137,21 @@ TEST_F(StoreTest, DefaultDynamicsReadOnlyVelAndAccAndMissingKeyFailsConstruction
         EXPECT_DOUBLE_EQ(dd.jerk_rate, -1.0);
         EXPECT_NEAR(ini.getDouble("defaultDyn", "dec"), -1.0, 1e-6);
     }
-    // A dynamics section without "acc" is not replaced by the fallback: construction fails.
-    std::string text = readFile(dir.file());
-    const size_t at = text.find("[refDyn]");
-    const size_t key = text.find("acc", at);
-    text.erase(key, text.find('\n', key) - key + 1);
-    writeFile(dir.file(), text);
-    try {
-        EDK_Helper broken;
-        FAIL() << "construction should fail";
-    } catch (int code) {
-        EXPECT_EQ(code, srci::err_ini_no_key);
+    // A dynamics section without "vel" or "acc" is not replaced by the fallback: construction
+    // fails, and one line on stderr names the file, the section and the key.
+    const std::string complete = readFile(dir.file());
+    for (const std::string section : {"refDyn", "defaultDyn"}) {
+        for (const std::string missing : {"vel", "acc"}) {
+            std::string text = complete;
+            const size_t key = text.find("\n" + missing + "=", text.find("[" + section + "]")) + 1;
+            text.erase(key, text.find('\n', key) - key + 1);
+            writeFile(dir.file(), text);
+            testing::internal::CaptureStderr();
+            EXPECT_EQ(thrownCode([] { EDK_Helper broken; }), srci::err_ini_no_key) << section << " " << missing;
+            const std::string said = testing::internal::GetCapturedStderr();
+            EXPECT_NE(said.find("srci.ini: section [" + section + "] has no key \"" + missing + "\""), std::string::npos)
+                << said;
+        }
     }
 }
 
