@@ -111,7 +111,8 @@ Snapshot snapshot(const std::string& path, const std::vector<std::string>& secti
     Snapshot values;
     for (const std::string& section : sections) {
         const srci::ini_detail::SectionKeys keys = srci::ini_detail::readSectionInFile(section, path.c_str());
-        for (const auto& [key, value] : keys.keys) values.emplace(std::make_pair(lowered(section), lowered(key)), value);
+        for (const auto& [key, value] : keys.keys)
+            values.emplace(std::make_pair(lowered(section), lowered(key)), value);
     }
     return values;
 }

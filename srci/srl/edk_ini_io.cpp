@@ -44,8 +44,8 @@ double readDynValue(const INI& ini, const char* sec, const char* key) {
     try {
         return ini.getDouble(sec, key);
     } catch (int) {
-        std::fprintf(stderr, "%s: section [%s] has no key \"%s\"; srci_server cannot start\n",
-                     ini.path().c_str(), sec, key);
+        std::fprintf(stderr, "%s: section [%s] has no key \"%s\"; srci_server cannot start\n", ini.path().c_str(), sec,
+                     key);
         throw;
     }
 }

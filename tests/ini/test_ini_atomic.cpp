@@ -89,8 +89,8 @@ TEST(IniAtomic, RecordIsOneReplacementWithTheBytesOfKeyByKeyWrites) {
          0},
         {"keys held in another letter case", "[Tool3]\nX=1.000000\nY=2.000000\n",
          IniRecord("tool3").add("x", 1.0).add("y", 2.0), 0},
-        {"values held only by a later section of the same name", "[tool3]\nx=2.000000\n[TOOL3]\nx=1.000000\ny=2.000000\n",
-         IniRecord("tool3").add("x", 1.0).add("y", 2.0), 1},
+        {"values held only by a later section of the same name",
+         "[tool3]\nx=2.000000\n[TOOL3]\nx=1.000000\ny=2.000000\n", IniRecord("tool3").add("x", 1.0).add("y", 2.0), 1},
         {"the first of two lines of a key differs", "[tool3]\nx=2.000000\nX=1.000000\ny=2.000000\n",
          IniRecord("tool3").add("x", 1.0).add("y", 2.0), 1},
     };

@@ -92,7 +92,7 @@ TEST_F(IniReading, SectionReadAgreesWithTheSingleKeyGetters) {
             EXPECT_EQ(record.getBool(k), ini.getBool(s, k));
         }
     }
-    EXPECT_EQ(ini.section("tool1").getDouble("x"), 1.5);  // the first line of a key wins
+    EXPECT_EQ(ini.section("tool1").getDouble("x"), 1.5);                                 // the first line of a key wins
     EXPECT_EQ(codeOf([&] { ini.section("tool1").getInt("y"); }), srci::err_ini_no_key);  // first section only
 }
 

@@ -149,7 +149,8 @@ TEST_F(StoreTest, DefaultDynamicsReadOnlyVelAndAccAndMissingKeyFailsConstruction
             testing::internal::CaptureStderr();
             EXPECT_EQ(thrownCode([] { EDK_Helper broken; }), srci::err_ini_no_key) << section << " " << missing;
             const std::string said = testing::internal::GetCapturedStderr();
-            EXPECT_NE(said.find("srci.ini: section [" + section + "] has no key \"" + missing + "\""), std::string::npos)
+            EXPECT_NE(said.find("srci.ini: section [" + section + "] has no key \"" + missing + "\""),
+                      std::string::npos)
                 << said;
         }
     }
