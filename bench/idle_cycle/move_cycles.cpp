@@ -7,7 +7,7 @@
 #include <cstdlib>
 #include <map>
 
-#include "inprocess_adapter.h"
+#include "in_process_link.h"
 #include "srci_plc/command_catalog.hpp"
 #include "srci_plc/status_word.hpp"
 
@@ -29,18 +29,10 @@ const srci_plc::CommandDef& command(const char* name) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    const int moves = argc > 1 ? std::atoi(argv[1]) : 20;
-    if (moves <= 0) {
-        std::fprintf(stderr, "usage: move_cycles [MOVES]  (MOVES > 0, default 20)\n");
-        return 2;
-    }
-    srci_test::InProcessAdapter::startUp();
-    srci_test::InProcessAdapter adapter;
-    srci_plc::ClientOptions options;
-    options.cycle_ms = 0;
-    options.lifesign_timeout_ms = 5000;
-    srci_plc::Client client(adapter, options);
-    client.connect();
+    const int moves = static_cast<int>(countArgument(argc, argv, 20, "move_cycles [MOVES]  (MOVES > 0, default 20)"));
+    InProcessLink link;
+    srci_test::InProcessAdapter& adapter = link.adapter;
+    srci_plc::Client& client = link.client;
     client.execute(command("reset"), {}, srci_plc::WaitFor::Final, 5000);
     if (!client.execute(command("enable"), {}, srci_plc::WaitFor::Enabled, 30000).enabled) {
         std::fprintf(stderr, "move_cycles: the robot does not enable\n");
