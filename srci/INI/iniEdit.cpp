@@ -141,23 +141,6 @@ bool applyChange(std::string& content, const IniChange& change) {
     return ok && closed;
 }
 
-bool changesHoldAlready(std::string& content, const IniChange* changes, int count) {
-    if (count <= 0) return false;
-    for (int i = 0; i < count; ++i) {
-        if (changes[i].key == nullptr || changes[i].value == nullptr || changes[i].section != changes[0].section)
-            return false;
-    }
-    FileHandle in = readStream(content);
-    if (!in) return false;
-    IniLineReader reader(in.get());
-    const SectionKeys section = readSection(reader, changes[0].section);
-    for (int i = 0; i < count; ++i) {
-        const std::string* value = section.find(changes[i].key);
-        if (value == nullptr || *value != changes[i].value) return false;
-    }
-    return true;
-}
-
 std::string temporaryName(std::string_view filename) {
     if (filename.empty() || filename.back() == '~') return {};
     std::string name(filename);

@@ -24,14 +24,6 @@ std::string floatText(double value) {
     return text;
 }
 
-// A present key's value; the codes a missing section or key throws. One scan answers both
-// whether the key is there and what it holds.
-std::string presentValue(const std::string& path, const std::string& section, const std::string& key) {
-    srci::ini_detail::KeyLookup found = srci::ini_detail::lookupKeyInFile(section, key, path.c_str());
-    if (!found.keyFound) throw found.sectionFound ? srci::err_ini_no_key : srci::err_ini_no_section;
-    return std::move(found.value);
-}
-
 // Text reads go through a buffer of INI_BUFFERSIZE bytes.
 std::string asText(const std::string& value) { return value.substr(0, INI_BUFFERSIZE - 1); }
 
@@ -61,28 +53,20 @@ bool INI::hasSection(const std::string& section) const { return ini_.hassection(
 
 bool INI::hasKey(const std::string& section, const std::string& key) const { return ini_.haskey(section, key); }
 
-void INI::checkKey(const std::string& section, const std::string& key) const {
-    // The common case, a present key, costs one scan of the file.
-    if (hasKey(section, key)) return;
-    if (!hasSection(section)) throw srci::err_ini_no_section;
-    throw srci::err_ini_no_key;
-}
-
-int INI::getInt(const std::string& section, const std::string& key) const {
-    return static_cast<int>(longFromValue(presentValue(path_, section, key), 0));
-}
+// A single key costs the same one scan as its whole section, and throws the same codes.
+int INI::getInt(const std::string& section, const std::string& key) const { return this->section(section).getInt(key); }
 
 // Read as a 32-bit float, as minIni::getf does.
 double INI::getDouble(const std::string& section, const std::string& key) const {
-    return static_cast<double>(floatFromValue(presentValue(path_, section, key), 0.0f));
+    return this->section(section).getDouble(key);
 }
 
 std::string INI::getStr(const std::string& section, const std::string& key) const {
-    return asText(presentValue(path_, section, key));
+    return this->section(section).getStr(key);
 }
 
 bool INI::getBool(const std::string& section, const std::string& key) const {
-    return boolFromValue(presentValue(path_, section, key), 0) != 0;
+    return this->section(section).getBool(key);
 }
 
 IniSection INI::section(const std::string& section) const {

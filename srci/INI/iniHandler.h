@@ -56,7 +56,6 @@ public:
 
     bool hasSection(const std::string& section) const;
     bool hasKey(const std::string& section, const std::string& key) const;
-    void checkKey(const std::string& section, const std::string& key) const;
 
     int getInt(const std::string& section, const std::string& key) const;
     // Read as a 32-bit float and widened: 0.1 comes back as 0.100000001...

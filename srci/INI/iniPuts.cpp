@@ -44,8 +44,6 @@ int applyAll(const char* filename, const IniChange* changes, int count) {
     std::string content;
     bool exists = false;
     if (!loadFile(filename, content, exists)) return 0;
-    // The common case of a record written again unchanged: nothing to do, told in one scan.
-    if (count > 1 && changesHoldAlready(content, changes, count)) return 1;
     std::string updated = content;
     for (int i = 0; i < count; ++i) {
         if (!applyChange(updated, changes[i])) return 0;

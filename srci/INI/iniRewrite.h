@@ -19,11 +19,6 @@ struct IniChange {
 // the text could not be processed.
 bool applyChange(std::string& content, const IniChange& change);
 
-// True when every change sets a key of the same section to the value it already holds, so that
-// applying them leaves the text as it is. Found with one scan of the section instead of one
-// scan per key; false whenever that cannot be told that way.
-bool changesHoldAlready(std::string& content, const IniChange* changes, int count);
-
 // The INI file name with its last character replaced by "~"; empty when that
 // would not give a different name.
 std::string temporaryName(std::string_view filename);
