@@ -105,13 +105,9 @@ void copyWithChange(IniLineReader& source, CopyTarget& out, const IniChange& cha
 }
 
 // A read-only stream over the text; the text must outlive it.
-FileHandle readStream(std::string& content) { return FileHandle(::fmemopen(content.data(), content.size(), "rb")); }
-
 // Nothing to write: the key already holds the value, or what is to go is not there.
-bool changeIsNoOp(std::string& content, const IniChange& change) {
-    FileHandle in = readStream(content);
-    if (!in) return false;
-    IniLineReader reader(in.get());
+bool changeIsNoOp(std::string_view content, const IniChange& change) {
+    IniLineReader reader(content);
     const KeyLookup found = lookupKey(reader, change.section, change.key != nullptr ? change.key : "");
     if (change.key == nullptr) return !found.sectionFound;
     if (change.value == nullptr) return !found.keyFound;
@@ -122,16 +118,11 @@ bool changeIsNoOp(std::string& content, const IniChange& change) {
 
 bool applyChange(std::string& content, const IniChange& change) {
     if (changeIsNoOp(content, change)) return true;
-    FileHandle in = readStream(content);
     char* text = nullptr;
     std::size_t size = 0;
     std::FILE* out = ::open_memstream(&text, &size);
-    if (!in || out == nullptr) {
-        if (out != nullptr) std::fclose(out);
-        std::free(text);
-        return false;
-    }
-    IniLineReader source(in.get());
+    if (out == nullptr) return false;
+    IniLineReader source{std::string_view(content)};
     CopyTarget target(out);
     copyWithChange(source, target, change);
     const bool ok = target.ok() && !source.failed();

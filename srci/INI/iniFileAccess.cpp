@@ -8,6 +8,11 @@
 
 namespace srci::ini_detail {
 
+FileHandle unbuffered(FileHandle file) {
+    if (file) std::setvbuf(file.get(), nullptr, _IONBF, 0);
+    return file;
+}
+
 FileHandle openForReading(const char* path) {
     if (path == nullptr || *path == '\0') {
         errno = EINVAL;
@@ -35,7 +40,7 @@ FileHandle openForReading(const char* path) {
         errno = reason;
         return {};
     }
-    return FileHandle(file);
+    return unbuffered(FileHandle(file));
 }
 
 }  // namespace srci::ini_detail

@@ -15,7 +15,12 @@ struct FileCloser {
 };
 using FileHandle = std::unique_ptr<std::FILE, FileCloser>;
 
-// Opens for reading ("rb"). Returns an empty handle and leaves errno set when the
+// Every reader of an INI stream reads whole blocks of its own, so a stdio buffer would only
+// cost an allocation and a second copy: streams for reading are used unbuffered. Call it
+// before the first read. Null stays null.
+FileHandle unbuffered(FileHandle file);
+
+// Opens for reading ("rb"), unbuffered. Returns an empty handle and leaves errno set when the
 // path cannot be opened or is not a regular file (errno is then EISDIR or EINVAL).
 FileHandle openForReading(const char* path);
 

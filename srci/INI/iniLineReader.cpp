@@ -15,8 +15,20 @@ bool IniLine::isComplete() const {
 
 bool IniLineReader::rewind() {
     offset_ = 0;
+    if (inMemory_) {
+        next_ = 0;
+        return true;
+    }
+    next_ = end_ = 0;
     std::clearerr(file_);
     return ::fseeko(file_, 0, SEEK_SET) == 0;
+}
+
+bool IniLineReader::refill() {
+    if (inMemory_) return false;
+    next_ = 0;
+    end_ = std::fread(block_, 1, sizeof block_, file_);
+    return end_ > 0;
 }
 
 bool IniLineReader::next(IniLine& line) {
@@ -25,14 +37,23 @@ bool IniLineReader::next(IniLine& line) {
     line.length = 0;
     line.endsWithLineFeed = false;
 
-    int c;
-    while ((c = ::getc_unlocked(file_)) != EOF) {
-        ++line.length;
-        if (c == '\n') {
+    while (next_ < end_ || refill()) {
+        const char* const begin = data_ + next_;
+        const std::size_t available = end_ - next_;
+        const char* const lineFeed = static_cast<const char*>(std::memchr(begin, '\n', available));
+        const std::size_t taken = lineFeed != nullptr ? static_cast<std::size_t>(lineFeed - begin) : available;
+        const std::size_t room = sizeof(line.text) - 1 - line.keptLength;
+        const std::size_t kept = taken < room ? taken : room;
+        std::memcpy(line.text + line.keptLength, begin, kept);
+        line.keptLength += kept;
+        line.length += static_cast<long long>(taken);
+        next_ += taken;
+        if (lineFeed != nullptr) {
+            ++line.length;
+            ++next_;
             line.endsWithLineFeed = true;
             break;
         }
-        if (line.keptLength < sizeof(line.text) - 1) line.text[line.keptLength++] = static_cast<char>(c);
     }
     line.text[line.keptLength] = '\0';
     offset_ += line.length;
@@ -40,32 +61,23 @@ bool IniLineReader::next(IniLine& line) {
 }
 
 bool IniLineReader::copyTo(const IniLine& line, std::FILE* out) {
-    if (line.isComplete()) {
-        if (line.keptLength > 0 && std::fwrite(line.text, 1, line.keptLength, out) != line.keptLength) return false;
-        return !line.endsWithLineFeed || std::fputc('\n', out) != EOF;
+    if (!inMemory_) return false;
+    if (!line.isComplete()) {
+        // Longer than the buffer: the bytes come from the text itself, line feed included.
+        const auto size = static_cast<std::size_t>(line.length);
+        return std::fwrite(data_ + line.start, 1, size, out) == size;
     }
-    // The line did not fit the buffer: copy its bytes straight from the file.
-    if (::fseeko(file_, line.start, SEEK_SET) != 0) return false;
-    char chunk[INI_BUFFERSIZE];
-    long long left = line.length;
-    while (left > 0) {
-        const std::size_t want =
-            left < static_cast<long long>(sizeof chunk) ? static_cast<std::size_t>(left) : sizeof chunk;
-        const std::size_t got = std::fread(chunk, 1, want, file_);
-        if (got == 0 || std::fwrite(chunk, 1, got, out) != got) return false;
-        left -= static_cast<long long>(got);
-    }
-    return ::fseeko(file_, offset_, SEEK_SET) == 0;
+    if (line.keptLength > 0 && std::fwrite(line.text, 1, line.keptLength, out) != line.keptLength) return false;
+    return !line.endsWithLineFeed || std::fputc('\n', out) != EOF;
 }
 
 bool IniLineReader::copyRest(std::FILE* out) {
-    char chunk[INI_BUFFERSIZE];
-    std::size_t got;
-    while ((got = std::fread(chunk, 1, sizeof chunk, file_)) > 0) {
-        if (std::fwrite(chunk, 1, got, out) != got) return false;
-        offset_ += static_cast<long long>(got);
-    }
-    return std::ferror(file_) == 0;
+    if (!inMemory_) return false;
+    const std::size_t rest = end_ - next_;
+    if (rest > 0 && std::fwrite(data_ + next_, 1, rest, out) != rest) return false;
+    offset_ += static_cast<long long>(rest);
+    next_ = end_;
+    return true;
 }
 
 }  // namespace srci::ini_detail

@@ -33,7 +33,7 @@ bool loadFile(const char* filename, std::string& content, bool& exists) {
     FileHandle file = iniStorage().openForReading(filename);
     exists = static_cast<bool>(file);
     if (!file) return errno == ENOENT;  // only a really absent file may be created
-    char chunk[INI_BUFFERSIZE];
+    char chunk[4096];                   // the stream is unbuffered: each read is one call to the file
     std::size_t got;
     while ((got = std::fread(chunk, 1, sizeof chunk, file.get())) > 0) content.append(chunk, got);
     return std::ferror(file.get()) == 0;

@@ -49,6 +49,19 @@ TEST_F(IniRobustness, OverlongLinesAreCutForReadingButCopiedWhole) {
     EXPECT_EQ(ini.gets("s", "k"), "2");
 }
 
+// Files are read a block at a time: lines cut by a block's end still read whole.
+TEST_F(IniRobustness, LinesAcrossReadBlocksReadWhole) {
+    std::string text = "[s]\n";
+    for (int i = 0; i < 1000; ++i) text += "key" + std::to_string(i) + "=" + std::to_string(i * 7) + "\n";
+    writeBytes(path, text);
+    const IniSection record = INI(path).section("s");
+    for (int i = 0; i < 1000; ++i) {
+        const std::string key = "key" + std::to_string(i);
+        ASSERT_EQ(ini.geti("s", key), i * 7) << key;
+        ASSERT_EQ(record.getInt(key), i * 7) << key;
+    }
+}
+
 TEST_F(IniRobustness, NulBytesEndTheReadablePartOfALine) {
     writeBytes(path, "[s]\nk=ab\0cd\n\0x=1\ny=2\n"s);
     EXPECT_EQ(ini.gets("s", "k"), "ab");
