@@ -4,6 +4,7 @@
 #include <climits>
 #include <cstdio>
 #include <cstring>
+#include <utility>
 
 const char* const SRCI_LOG_TAG = "SRCI";
 
@@ -28,6 +29,16 @@ LogText& LogText::operator<<(std::string_view s) {
         spill_.append(s);
     }
     return *this;
+}
+
+LogText::LogText(LogText&& other) noexcept : len_(other.len_), spill_(std::move(other.spill_)) {
+    std::memcpy(buf_, other.buf_, len_);
+}
+
+LogText& LogText::general(double value) {
+    char digits[32];
+    const auto end = std::to_chars(digits, digits + sizeof digits, value, std::chars_format::general, 6).ptr;
+    return *this << std::string_view(digits, static_cast<std::size_t>(end - digits));
 }
 
 LogText& LogText::fixed(double value) {

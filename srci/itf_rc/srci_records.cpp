@@ -1,67 +1,64 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "itf_rc/srci_records.h"
 
-#include <sstream>
+#include "itf_rc/srci_log.h"
 
 namespace srci {
 
-std::string MoveCmdGeneralParam::str() const {
-    std::ostringstream os;
-    os << "id: " << trajId << ", [" << vel << ", " << acc << ", " << tol << "]";
-    return os.str();
+std::string MoveCmdGeneralParam::str() const { return textOf(*this); }
+
+void MoveCmdGeneralParam::appendTo(LogText& text) const {
+    appendAll(text, "id: ", trajId, ", [", vel, ", ", acc, ", ", tol, "]");
 }
 
-std::string MoveCmdParam::str() const {
-    std::ostringstream os;
+std::string MoveCmdParam::str() const { return textOf(*this); }
+
+void MoveCmdParam::appendTo(LogText& text) const {
     switch (type) {
         case MotionCmdType2::Axes:
-            os << jpos.str() << ", " << generalParam.str() << ", toolid: " << toolId;
+            appendAll(text, jpos, ", ", generalParam, ", toolid: ", toolId);
             break;
         case MotionCmdType2::Linear:
         case MotionCmdType2::Direct:
             // The SEW and SEWConfig texts carry their own labels, so each label stands twice:
             // that doubling is the established log format.
-            os << "toolId: " << toolId << ", frameId: " << frameId << ", " << pos.str()
-               << ", turnMode: " << int(turnMode) << ", sew: " << sewTarget.str()
-               << ", sewConfig: " << sewConfigMode.str() << ", " << generalParam.str();
+            appendAll(text, "toolId: ", toolId, ", frameId: ", frameId, ", ", pos, ", turnMode: ", int(turnMode),
+                      ", sew: ", sewTarget, ", sewConfig: ", sewConfigMode, ", ", generalParam);
             break;
         default:
             break;
     }
-    return os.str();
 }
 
-std::string JogCmdParam::str() const {
-    std::ostringstream os;
-    os << "id: " << jogId << ", jogmode: " << static_cast<int>(mode) << ", direction: " << direction
-       << ", speed: " << speed << ", distance: " << distance << ", toolid: " << toolId << ", frameid: " << frameId;
-    return os.str();
+std::string JogCmdParam::str() const { return textOf(*this); }
+
+void JogCmdParam::appendTo(LogText& text) const {
+    appendAll(text, "id: ", jogId, ", jogmode: ", static_cast<int>(mode), ", direction: ", direction,
+              ", speed: ", speed, ", distance: ", distance, ", toolid: ", toolId, ", frameid: ", frameId);
 }
 
-std::string FrameData::str() const {
-    std::ostringstream os;
-    os << "refIndex: " << int(refIndex) << ", frame: " << pose.str();
-    return os.str();
+std::string FrameData::str() const { return textOf(*this); }
+
+void FrameData::appendTo(LogText& text) const { appendAll(text, "refIndex: ", int(refIndex), ", frame: ", pose); }
+
+std::string LoadData::str() const { return textOf(*this); }
+
+void LoadData::appendTo(LogText& text) const {
+    appendAll(text, "mass: ", mass, ", x: ", x, ", y: ", y, ", z: ", z, ", \n", "rx: ", rx, ", ry: ", ry, ", rz: ", rz,
+              ", ix: ", ix, ", iy: ", iy, ", iz: ", iz);
 }
 
-std::string LoadData::str() const {
-    std::ostringstream os;
-    os << "mass: " << mass << ", x: " << x << ", y: " << y << ", z: " << z << ", \n"
-       << "rx: " << rx << ", ry: " << ry << ", rz: " << rz << ", ix: " << ix << ", iy: " << iy << ", iz: " << iz;
-    return os.str();
+std::string DefaultDynamic::str() const { return textOf(*this); }
+
+void DefaultDynamic::appendTo(LogText& text) const {
+    appendAll(text, "speed % : ", vel_rate, ", acc % : ", acc_rate, ", dec % : ", dec_rate,
+              ", jerk rate % : ", jerk_rate, "\n");
 }
 
-std::string DefaultDynamic::str() const {
-    std::ostringstream os;
-    os << "speed % : " << vel_rate << ", acc % : " << acc_rate << ", dec % : " << dec_rate
-       << ", jerk rate % : " << jerk_rate << "\n";
-    return os.str();
-}
+std::string ReferenceDynamic::str() const { return textOf(*this); }
 
-std::string ReferenceDynamic::str() const {
-    std::ostringstream os;
-    os << "velocity: " << vel << ", acc: " << acc << ", dec: " << dec << ", jerk rate: " << jerk << "\n";
-    return os.str();
+void ReferenceDynamic::appendTo(LogText& text) const {
+    appendAll(text, "velocity: ", vel, ", acc: ", acc, ", dec: ", dec, ", jerk rate: ", jerk, "\n");
 }
 
 }  // namespace srci

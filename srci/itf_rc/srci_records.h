@@ -30,6 +30,7 @@ struct MoveCmdGeneralParam {
     double tol = 0.0;
     uint32_t trajId = 0;
     std::string str() const;
+    void appendTo(LogText& text) const;
 };
 
 struct MoveCmdParam {
@@ -43,6 +44,7 @@ struct MoveCmdParam {
     SEW sewTarget;
     SEWConfig sewConfigMode;
     std::string str() const;
+    void appendTo(LogText& text) const;
 };
 
 struct JogCmdParam {
@@ -54,6 +56,7 @@ struct JogCmdParam {
     int32_t toolId = -1;
     int32_t frameId = -1;
     std::string str() const;
+    void appendTo(LogText& text) const;
 };
 
 struct ToolData {
@@ -67,6 +70,7 @@ struct FrameData {
     POSE pose;
     uint8_t refIndex = 0;
     std::string str() const;
+    void appendTo(LogText& text) const;
 };
 
 struct LoadData {
@@ -75,16 +79,19 @@ struct LoadData {
     double rx = 0.0, ry = 0.0, rz = 0.0;
     double ix = 0.0, iy = 0.0, iz = 0.0;
     std::string str() const;
+    void appendTo(LogText& text) const;
 };
 
 struct DefaultDynamic {
     double vel_rate = 0.0, acc_rate = 0.0, dec_rate = 0.0, jerk_rate = 0.0;
     std::string str() const;
+    void appendTo(LogText& text) const;
 };
 
 struct ReferenceDynamic {
     double vel = 0.0, acc = 0.0, dec = 0.0, jerk = 0.0;
     std::string str() const;
+    void appendTo(LogText& text) const;
 };
 
 struct SyncSwitch {

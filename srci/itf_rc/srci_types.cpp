@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "itf_rc/srci_types.h"
 
+#include "itf_rc/srci_log.h"
+
 #include <cmath>
-#include <sstream>
 
 namespace srci {
 namespace {
@@ -31,11 +32,9 @@ bool TRANS::match(TRANS o) const {
     return within(_x, o._x, kTransTolerance) && within(_y, o._y, kTransTolerance) && within(_z, o._z, kTransTolerance);
 }
 
-std::string TRANS::str() const {
-    std::ostringstream os;
-    os << "x: " << _x << ", y: " << _y << ", z: " << _z;
-    return os.str();
-}
+std::string TRANS::str() const { return textOf(*this); }
+
+void TRANS::appendTo(LogText& text) const { appendAll(text, "x: ", _x, ", y: ", _y, ", z: ", _z); }
 
 double ORI::operator[](unsigned int i) const {
     switch (i) {
@@ -54,11 +53,9 @@ bool ORI::match(ORI o) const {
     return within(_rx, o._rx, kOriTolerance) && within(_ry, o._ry, kOriTolerance) && within(_rz, o._rz, kOriTolerance);
 }
 
-std::string ORI::str() const {
-    std::ostringstream os;
-    os << "rx: " << _rx << ", ry: " << _ry << ", rz: " << _rz;
-    return os.str();
-}
+std::string ORI::str() const { return textOf(*this); }
+
+void ORI::appendTo(LogText& text) const { appendAll(text, "rx: ", _rx, ", ry: ", _ry, ", rz: ", _rz); }
 
 POSE::POSE(const double* v) : _trans(v[0], v[1], v[2]), _ori(v[3], v[4], v[5]) {}
 
@@ -70,7 +67,9 @@ void POSE::toArray(double out[6]) const {
     for (unsigned int i = 0; i < 6; ++i) out[i] = (*this)[i];
 }
 
-std::string POSE::str() const { return _trans.str() + ", " + _ori.str(); }
+std::string POSE::str() const { return textOf(*this); }
+
+void POSE::appendTo(LogText& text) const { appendAll(text, _trans, ", ", _ori); }
 
 JOINTS::JOINTS(double j1, double j2, double j3, double j4, double j5, double j6) : joints{j1, j2, j3, j4, j5, j6} {}
 
@@ -91,12 +90,12 @@ double JOINTS::operator[](unsigned char i) const {
     return joints[i - 1];
 }
 
-std::string JOINTS::str() const {
-    std::ostringstream os;
-    os << "[";
-    for (int i = 0; i < RA_JOINT_NUM; ++i) os << (i ? ", " : "") << joints[i];
-    os << "]";
-    return os.str();
+std::string JOINTS::str() const { return textOf(*this); }
+
+void JOINTS::appendTo(LogText& text) const {
+    text << "[";
+    for (int i = 0; i < RA_JOINT_NUM; ++i) appendAll(text, i ? ", " : "", joints[i]);
+    text << "]";
 }
 
 uint8_t SEW::toInt() const { return static_cast<uint8_t>((s ? 1 : 0) | (e ? 2 : 0) | (w ? 4 : 0)); }
@@ -107,16 +106,12 @@ void SEW::fromInt(unsigned char v) {
     w = (v & 4) != 0;
 }
 
-std::string SEW::str() const {
-    std::ostringstream os;
-    os << "sew: " << s << e << w;
-    return os.str();
-}
+std::string SEW::str() const { return textOf(*this); }
 
-std::string SEWConfig::str() const {
-    std::ostringstream os;
-    os << "sewConfig: " << int(s) << "-" << int(e) << "-" << int(w);
-    return os.str();
-}
+void SEW::appendTo(LogText& text) const { appendAll(text, "sew: ", s, e, w); }
+
+std::string SEWConfig::str() const { return textOf(*this); }
+
+void SEWConfig::appendTo(LogText& text) const { appendAll(text, "sewConfig: ", int(s), "-", int(e), "-", int(w)); }
 
 }  // namespace srci

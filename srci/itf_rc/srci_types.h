@@ -10,6 +10,10 @@
 
 namespace srci {
 
+// Every str() has an appendTo that writes the same text into a log text, so a log line can
+// carry a value without a string of its own.
+class LogText;
+
 inline constexpr int32_t RA_JOINT_NUM = 6;
 inline constexpr int32_t RA_DEGREE_NUM = 6;
 
@@ -36,6 +40,7 @@ struct TRANS {
     double operator[](unsigned int i) const;
     bool match(TRANS other) const;  // each component within 0.01
     std::string str() const;
+    void appendTo(LogText& text) const;
 };
 
 struct ORI {
@@ -45,6 +50,7 @@ struct ORI {
     double operator[](unsigned int i) const;
     bool match(ORI other) const;  // each angle within 0.001
     std::string str() const;
+    void appendTo(LogText& text) const;
 };
 
 struct POSE {
@@ -59,6 +65,7 @@ struct POSE {
     bool match(POSE other) const;
     void toArray(double out[6]) const;
     std::string str() const;
+    void appendTo(LogText& text) const;
 };
 
 struct JOINTS {
@@ -71,6 +78,7 @@ struct JOINTS {
     double& operator[](unsigned char i);
     double operator[](unsigned char i) const;
     std::string str() const;
+    void appendTo(LogText& text) const;
 };
 
 struct SEW {
@@ -78,11 +86,13 @@ struct SEW {
     uint8_t toInt() const;  // bit 0 shoulder, bit 1 elbow, bit 2 wrist
     void fromInt(unsigned char v);
     std::string str() const;
+    void appendTo(LogText& text) const;
 };
 
 struct SEWConfig {
     uint8_t s = 0, e = 0, w = 0;
     std::string str() const;
+    void appendTo(LogText& text) const;
 };
 
 }  // namespace srci

@@ -3,9 +3,9 @@
 // conversions between telegram floats and the adapter's value types.
 #pragma once
 
-#include <sstream>
 #include <string>
 
+#include "itf_rc/srci_log.h"
 #include "itf_rc/srci_types.h"
 #include "srl/srl_api.h"
 
@@ -57,11 +57,12 @@ inline void putConfig(LRob_typeServerRobotConfig& c, const srci::SEW& sew) {
     c.Wrist = sew.w;
 }
 
+// A log text in an output stream's forms, built without the heap while it fits its buffer.
 template <class... Parts>
-std::string text(const Parts&... parts) {
-    std::ostringstream os;
-    (os << ... << parts);
-    return os.str();
+srci::LogText text(const Parts&... parts) {
+    srci::LogText out;
+    srci::appendAll(out, parts...);
+    return out;
 }
 
 }  // namespace handler

@@ -54,7 +54,7 @@ void srl_read_tool_data_funs(HandlerIn in, HandlerOut out, int* err) {
             rsp.ToolData.Data.ID = tool.physicalToolId;
             rsp.ToolData.Data.LoadNo = tool.loadId;
             rsp.ToolData.Data.ExternalTCP = tool.fixed_tool;
-            HANDLER_LOG(zlog::ZLogLvInfo, handler::text("toolid: ", number, ", stored tool value: ", tool.pose.str(),
+            HANDLER_LOG(zlog::ZLogLvInfo, handler::text("toolid: ", number, ", stored tool value: ", tool.pose,
                                                         ", load: ", int(tool.loadId)));
             return 0;
         },
@@ -78,8 +78,8 @@ void srl_write_tool_data_funs(HandlerIn in, HandlerOut out, int* err) {
             tool.fixed_tool = false;
             tool.loadId = cmd.ToolData.Data.LoadNo;
             tool.physicalToolId = cmd.ToolData.Data.ID;
-            HANDLER_LOG(zlog::ZLogLvInfo, handler::text("tempCmd.ToolNo: ", int(cmd.ToolNo), tool.pose.str(),
-                                                        ", load: ", int(tool.loadId)));
+            HANDLER_LOG(zlog::ZLogLvInfo,
+                        handler::text("tempCmd.ToolNo: ", int(cmd.ToolNo), tool.pose, ", load: ", int(tool.loadId)));
             helper.setStoredTool(cmd.ToolNo, tool);
             return 0;
         },
@@ -99,7 +99,7 @@ void srl_read_frame_data_funs(HandlerIn in, HandlerOut out, int* err) {
             const FrameData frame = helper.getStoredFrame(static_cast<int>(number));
             rsp.FrameData.Data.ReferenceFrame = frame.refIndex;
             handler::putPose(rsp.FrameData.Data, frame.pose);
-            HANDLER_LOG(zlog::ZLogLvInfo, handler::text("frameid: ", number, ", stored frame value: ", frame.str()));
+            HANDLER_LOG(zlog::ZLogLvInfo, handler::text("frameid: ", number, ", stored frame value: ", frame));
             return 0;
         },
         [](int) { return kFrameNr; });
@@ -127,7 +127,7 @@ void srl_write_frame_data_funs(HandlerIn in, HandlerOut out, int* err) {
             frame.pose = handler::poseOf(cmd.FrameData.Data);
             frame.refIndex = static_cast<uint8_t>(reference);
             helper.setStoredFrame(cmd.FrameNo, frame);
-            HANDLER_LOG(zlog::ZLogLvInfo, handler::text("tempCmd.FrameNo: ", int(cmd.FrameNo), frame.str(), ", \n"));
+            HANDLER_LOG(zlog::ZLogLvInfo, handler::text("tempCmd.FrameNo: ", int(cmd.FrameNo), frame, ", \n"));
             return 0;
         },
         [](int code) { return code == err_frame_ref ? kFrameReference : kFrameNr; });
@@ -152,7 +152,7 @@ void srl_read_load_data_funs(HandlerIn in, HandlerOut out, int* err) {
             d.IY = static_cast<float>(load.iy);
             d.IZ = static_cast<float>(load.iz);
             rsp.LoadNo = static_cast<USInt>(number);
-            HANDLER_LOG(zlog::ZLogLvInfo, handler::text("loadid: ", number, ", ", load.str()));
+            HANDLER_LOG(zlog::ZLogLvInfo, handler::text("loadid: ", number, ", ", load));
             return 0;
         },
         [](int) { return kLoadNr; });
@@ -182,7 +182,7 @@ void srl_write_load_data_funs(HandlerIn in, HandlerOut out, int* err) {
             load.iy = d.IY;
             load.iz = d.IZ;
             helper.setStoredLoad(cmd.LoadNo, load);
-            HANDLER_LOG(zlog::ZLogLvInfo, handler::text("tempCmd.LoadNo: ", int(cmd.LoadNo), load.str()));
+            HANDLER_LOG(zlog::ZLogLvInfo, handler::text("tempCmd.LoadNo: ", int(cmd.LoadNo), load));
             return 0;
         },
         [](int) { return kLoadNr; });

@@ -37,7 +37,7 @@ void srl_write_robot_reference_dynamic_funs(HandlerIn in, HandlerOut out, int* e
             ReferenceDynamic{d.VelocityReference, d.AccelerationReference, d.DecelerationReference, d.JerkReference});
         const ReferenceDynamic stored = helper.getStoredRefDyn_linear();
         putReference(rsp.ReferenceDynamicValues, stored);
-        SRCI_LOG(zlog::ZLogLvInfo, stored.str());
+        SRCI_LOG(zlog::ZLogLvInfo, handler::text(stored));
         *err = 0;
     } catch (int code) {
         EDK_Helper::logErr(code);
@@ -53,7 +53,7 @@ void srl_read_robot_reference_dynamic_funs(HandlerIn in, HandlerOut out, int* er
     try {
         const ReferenceDynamic stored = helper.getStoredRefDyn_linear();
         putReference(rsp.ReferenceDynamics.Data, stored);
-        SRCI_LOG(zlog::ZLogLvInfo, stored.str());
+        SRCI_LOG(zlog::ZLogLvInfo, handler::text(stored));
     } catch (int code) {
         EDK_Helper::logErr(code);  // the answer stays 0 on purpose
     }
@@ -81,7 +81,7 @@ void srl_write_robot_defualt_dynamic_funs(HandlerIn in, HandlerOut out, int* err
         helper.setStoredDefaultDyn(merged);
         rsp.DefaultDynamicValues.VelocityRate = rateUnits(merged.vel_rate);
         rsp.DefaultDynamicValues.AccelerationRate = rateUnits(merged.acc_rate);
-        SRCI_LOG(zlog::ZLogLvInfo, merged.str());
+        SRCI_LOG(zlog::ZLogLvInfo, handler::text(merged));
         *err = 0;
     } catch (int code) {
         EDK_Helper::logErr(code);
@@ -100,7 +100,7 @@ void srl_read_robot_defualt_dynamics_funs(HandlerIn in, HandlerOut out, int* err
         d.AccelerationRate = rateUnits(stored.acc_rate);
         d.DecelerationRate = rateUnits(stored.dec_rate);
         d.JerkRate = rateUnits(stored.jerk_rate);
-        SRCI_LOG(zlog::ZLogLvInfo, stored.str());
+        SRCI_LOG(zlog::ZLogLvInfo, handler::text(stored));
     } catch (int code) {
         EDK_Helper::logErr(code);
     }

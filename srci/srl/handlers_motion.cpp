@@ -76,7 +76,7 @@ void axesFillAndCheck(MoveCmdParam& p, const LRob_typeServerCmdMoveAxesAbs& cmd)
     p.generalParam.vel = helper.calAxesVel(cmd.DynamicParameter.VelocityRate);
     p.generalParam.acc = helper.calAxesAcc(cmd.DynamicParameter.AccelerationRate);
     p.generalParam.tol = helper.calTolerance(cmd.BlendingMode, cmd.BlendingParameter[0]);
-    SRCI_LOG(zlog::ZLogLvInfo, handler::text(p.str(), ", override: ", RcItf::get(true)->GetSpeedRatio()));
+    SRCI_LOG(zlog::ZLogLvInfo, handler::text(p, ", override: ", RcItf::get(true)->GetSpeedRatio()));
     applyAbortingMode(cmd.Header.Reserved_ExecutionMode);
     helper.checkMotionCmdTime(cmd.Time);
     helper.checkMotionCmdDecJerk(cmd.DynamicParameter.DecelerationRate, cmd.DynamicParameter.JerkRate);
@@ -88,7 +88,7 @@ void linearFillAndCheck(MoveCmdParam& p, const LRob_typeServerCmdMoveLinAbs& cmd
     p.generalParam.vel = helper.calLinearVel(cmd.DynamicParameter.VelocityRate);
     p.generalParam.acc = helper.calLinearAcc(cmd.DynamicParameter.AccelerationRate);
     p.generalParam.tol = helper.calTolerance(cmd.BlendingMode, cmd.BlendingParameter[0]);
-    SRCI_LOG(zlog::ZLogLvInfo, handler::text(p.str(), "\noverride: ", RcItf::get(true)->GetSpeedRatio(),
+    SRCI_LOG(zlog::ZLogLvInfo, handler::text(p, "\noverride: ", RcItf::get(true)->GetSpeedRatio(),
                                              "\nreference_vel: ", helper.getStoredRefDyn_linear().vel,
                                              "\ndefaultDyn_vel: ", helper.getStoredDefaultDyn().vel_rate));
     applyAbortingMode(cmd.Header.Reserved_ExecutionMode);
@@ -105,7 +105,7 @@ void directFillAndCheck(MoveCmdParam& p, const LRob_typeServerCmdMoveDirectAbs& 
     p.generalParam.vel = helper.calAxesVel(cmd.DynamicParameter.VelocityRate);
     p.generalParam.acc = helper.calAxesAcc(cmd.DynamicParameter.AccelerationRate);
     p.generalParam.tol = helper.calTolerance(cmd.BlendingMode, cmd.BlendingParameter[0]);
-    SRCI_LOG(zlog::ZLogLvInfo, handler::text(p.str(), ", override: ", RcItf::get(true)->GetSpeedRatio()));
+    SRCI_LOG(zlog::ZLogLvInfo, handler::text(p, ", override: ", RcItf::get(true)->GetSpeedRatio()));
     applyAbortingMode(cmd.Header.Reserved_ExecutionMode);
     helper.checkMotionCmdTurnMode(cmd.TurnMode);
     helper.checkMotionCmdTime(cmd.Time);
@@ -150,7 +150,7 @@ void relativeMove(HandlerIn in, HandlerOut out, int* err, JogMode mode) {
         jog.speed = cmd.JogOverride * velocity / helper.percentageConvertFactor;
         jog.toolId = cmd.CoordSystem.ToolNo < 255 ? cmd.CoordSystem.ToolNo : -1;
         jog.frameId = cmd.CoordSystem.FrameNo < 255 ? cmd.CoordSystem.FrameNo : -1;
-        SRCI_LOG(zlog::ZLogLvInfo, jog.str());
+        SRCI_LOG(zlog::ZLogLvInfo, handler::text(jog));
         EDK_CMD record;
         record.type = MotionCmdType::Jog;
         record.jogCmd = jog;

@@ -11,7 +11,7 @@ inline constexpr double kContinuousJogDistance = 1.0e6;
 
 // Returns 0 or an error code (a joint jog that starts at its limit). `endError` is set when
 // the jog was shortened to end exactly at a soft limit.
-int makeJogPath(const MoveRequest& r, const Joints& start, const MotionContext& ctx, std::unique_ptr<Path>& path,
-                Joints& end, int32_t& endError);
+int makeJogPath(const MoveRequest& r, const Joints& start, const MotionContext& ctx, SegmentPath& path, Joints& end,
+                int32_t& endError);
 
 }  // namespace srciport

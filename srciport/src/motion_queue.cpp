@@ -75,7 +75,7 @@ int MotionQueue::activate(const MoveRequest& r, const Joints& start, const Motio
     seg.now = start;
     switch (r.kind) {
         case MoveRequest::Kind::Joint:
-            seg.path = std::make_unique<JointPath>(start, r.jointTarget);
+            seg.path.emplace<JointPath>(start, r.jointTarget);
             seg.end = r.jointTarget;
             break;
         case MoveRequest::Kind::Linear: {
@@ -112,7 +112,7 @@ int MotionQueue::tick(double dt, double ratio, const MotionContext& ctx) {
     if (!paused_) {
         if (active_.empty() && !pending_.empty()) {
             const MoveRequest r = pending_.front();
-            pending_.pop_front();
+            pending_.erase(pending_.begin());
             anchor_ = joints_;
             if (int e = activate(r, joints_, ctx)) {
                 halt();
@@ -120,7 +120,7 @@ int MotionQueue::tick(double dt, double ratio, const MotionContext& ctx) {
             }
         } else if (canBlend()) {
             const MoveRequest r = pending_.front();
-            pending_.pop_front();
+            pending_.erase(pending_.begin());
             if (int e = activate(r, active_.front().end, ctx)) {
                 halt();
                 return e;

@@ -9,8 +9,6 @@
 
 #include <array>
 #include <cstdint>
-#include <deque>
-#include <memory>
 #include <vector>
 
 namespace srciport {
@@ -55,6 +53,13 @@ class MotionQueue {
 public:
     static constexpr size_t kCapacity = 32;
 
+    // Room for every accepted move and the segments of a blend from the start: the arm's tick
+    // never allocates.
+    MotionQueue() {
+        active_.reserve(4);
+        pending_.reserve(kCapacity);
+    }
+
     void reset(const Joints& q);
     // Caller has validated the request. Returns 0 or kErrQueueFull.
     int push(const MoveRequest& r);
@@ -86,7 +91,7 @@ public:
 private:
     struct Segment {
         MoveRequest req;
-        std::unique_ptr<Path> path;
+        SegmentPath path;
         TrapezoidTracker tracker;
         Joints start{};
         Joints now{};
@@ -102,7 +107,7 @@ private:
     Joints joints_{};
     Joints anchor_{};  // joints_ = anchor_ + sum of the active segments' displacements
     std::vector<Segment> active_;
-    std::deque<MoveRequest> pending_;
+    std::vector<MoveRequest> pending_;  // oldest first; at most kCapacity, so erasing the front is cheap
     bool paused_ = false;
     bool moving_ = false;
     int32_t trajId_ = -1;

@@ -20,7 +20,7 @@ int JointPath::jointsAt(double s, const Joints&, Joints& out) const {
 
 CartesianPath::CartesianPath(const Kinematics& kin, const Transform& tcpStart, const Vec3& travel,
                              const Vec3& rotAxisUnit, double rotDeg, const Transform& tool, uint8_t config)
-    : kin_(kin),
+    : kin_(&kin),
       start_(tcpStart),
       travel_(travel),
       axis_(rotAxisUnit),
@@ -31,12 +31,11 @@ CartesianPath::CartesianPath(const Kinematics& kin, const Transform& tcpStart, c
     length_ = lin > 1e-6 ? lin : std::fabs(rotDeg);
 }
 
-std::unique_ptr<CartesianPath> CartesianPath::towards(const Kinematics& kin, const Transform& tcpStart,
-                                                      const Transform& tcpEnd, const Transform& tool, uint8_t config) {
+CartesianPath CartesianPath::towards(const Kinematics& kin, const Transform& tcpStart, const Transform& tcpEnd,
+                                     const Transform& tool, uint8_t config) {
     Vec3 axis;
     const double angle = rotationAngle(tcpEnd.rot * transpose(tcpStart.rot), &axis);
-    return std::make_unique<CartesianPath>(kin, tcpStart, tcpEnd.pos - tcpStart.pos, axis, rad2deg(angle), tool,
-                                           config);
+    return CartesianPath(kin, tcpStart, tcpEnd.pos - tcpStart.pos, axis, rad2deg(angle), tool, config);
 }
 
 Transform CartesianPath::tcpAt(double s) const {
@@ -48,7 +47,7 @@ Transform CartesianPath::tcpAt(double s) const {
 }
 
 int CartesianPath::jointsAt(double s, const Joints& seed, Joints& out) const {
-    return kin_.inverse(tcpAt(s) * toolInv_, config_, seed, out);
+    return kin_->inverse(tcpAt(s) * toolInv_, config_, seed, out);
 }
 
 }  // namespace srciport

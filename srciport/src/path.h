@@ -6,7 +6,8 @@
 
 #include "srciport/kinematics.h"
 
-#include <memory>
+#include <utility>
+#include <variant>
 
 namespace srciport {
 
@@ -37,21 +38,39 @@ public:
     CartesianPath(const Kinematics& kin, const Transform& tcpStart, const Vec3& travel, const Vec3& rotAxisUnit,
                   double rotDeg, const Transform& tool, uint8_t config);
     // From tcpStart to tcpEnd, the shortest rotation between them.
-    static std::unique_ptr<CartesianPath> towards(const Kinematics& kin, const Transform& tcpStart,
-                                                  const Transform& tcpEnd, const Transform& tool, uint8_t config);
+    static CartesianPath towards(const Kinematics& kin, const Transform& tcpStart, const Transform& tcpEnd,
+                                 const Transform& tool, uint8_t config);
     double length() const override { return length_; }
     int jointsAt(double s, const Joints& seed, Joints& out) const override;
     // TCP pose (world) at arc position s.
     Transform tcpAt(double s) const;
 
 private:
-    const Kinematics& kin_;
+    const Kinematics* kin_;
     Transform start_;
     Vec3 travel_, axis_;
     double rotRad_;
     Transform toolInv_;
     uint8_t config_;
     double length_;
+};
+
+// A segment's path, held in place: starting a segment costs no allocation.
+class SegmentPath {
+public:
+    template <class P, class... Args>
+    void emplace(Args&&... args) {
+        path_.template emplace<P>(std::forward<Args>(args)...);
+    }
+    void operator=(CartesianPath path) { path_ = std::move(path); }
+    // Null until a path was set.
+    const Path* operator->() const {
+        if (const auto* joint = std::get_if<JointPath>(&path_)) return joint;
+        return std::get_if<CartesianPath>(&path_);
+    }
+
+private:
+    std::variant<std::monostate, JointPath, CartesianPath> path_;
 };
 
 }  // namespace srciport

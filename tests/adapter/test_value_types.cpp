@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <limits>
+#include <sstream>
 #include <string>
 
 #include "itf_rc/srci_errcode.h"
@@ -130,4 +131,37 @@ TEST(LogText, NumbersReadAsToStringWritesThemAndLongTextsStayWhole) {
         expected += std::to_string(i) + ", ";
     }
     EXPECT_EQ(text.view(), expected);
+}
+
+// Handler log texts and record texts are built without a stream, in a stream's forms.
+TEST(LogText, StreamedValuesReadAsAnOutputStreamWritesThem) {
+    const double doubles[] = {0.0,
+                              -0.0,
+                              1.5,
+                              0.1,
+                              1e-5,
+                              0.0001,
+                              123456,
+                              1234567,
+                              1e21,
+                              -2.5e-7,
+                              90.0000001,
+                              2.0 / 3,
+                              std::numeric_limits<double>::max(),
+                              std::numeric_limits<double>::quiet_NaN(),
+                              -std::numeric_limits<double>::infinity()};
+    for (const double d : doubles) {
+        std::ostringstream os;
+        os << d << ' ' << static_cast<float>(d);
+        LogText text;
+        appendAll(text, d, ' ', static_cast<float>(d));
+        EXPECT_EQ(text.view(), os.str());
+    }
+    std::ostringstream os;
+    os << true << false << 'c' << static_cast<unsigned char>('u') << static_cast<signed char>('s') << -7 << 65535u
+       << "text" << std::string(" and more");
+    LogText text;
+    appendAll(text, true, false, 'c', static_cast<unsigned char>('u'), static_cast<signed char>('s'), -7, 65535u,
+              "text", std::string(" and more"));
+    EXPECT_EQ(text.view(), os.str());
 }

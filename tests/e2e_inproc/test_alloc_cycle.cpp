@@ -97,34 +97,40 @@ TEST(AllocCycle, SteadyCyclesWithMovesRunningAllocateNothing) {
     EXPECT_EQ(allocations, 0) << "heap allocations in 1000 steady cycles";
 }
 
-// The cycles in which a sent move starts, reports and finishes log each change of its state;
-// those lines are built without the heap too. The cycle that accepts the move (its handler's
-// log line) and the one that sends it (the simulated arm plans its path) are not counted.
-TEST(AllocCycle, StateChangesOfBackToBackShortMovesAllocateNothing) {
+// Every cycle from the one that accepts a move to its Done: the handler's log line, the arm's
+// path planning, the state changes and their log lines, for joint and linear moves alike.
+TEST(AllocCycle, BackToBackShortMovesAllocateNothingFromCommandToDone) {
     EnabledSession session;
     ASSERT_TRUE(session.enabled);
     CountingTransport& transport = session.transport;
     srci_plc::Client& client = session.client;
+    const auto done = [](const srci_plc::AcrEntry& e) { return srci_plc::cmd_state::is_final(e.last.state); };
+    const uint16_t first = client.submit(command("move-axes"), axes(2, 100));
+    ASSERT_EQ(client.wait_until(first, done, 60000).header.state, srci_plc::cmd_state::kDone);
+    ASSERT_TRUE(client.last_telegram().cartesian.has_value()) << "the linear moves start from the cyclic pose";
+    const std::array<float, 6> pose = client.last_telegram().cartesian->pose;
 
     long counted = 0;
     long total = 0;
     for (int move = 0; move < 20; ++move) {
-        const uint16_t id = client.submit(command("move-axes"), axes(move % 2 ? 0 : 2, 100));
-        client.wait_until(
-            id, [](const srci_plc::AcrEntry& e) { return e.responses > 0; }, 60000);
-        client.cycle();  // the move goes to the controller
-        allocations = 0;
+        const bool linear = move % 2 == 1;
+        const srci_plc::ParamValues target =
+            linear ? srci_plc::ParamValues{{"x", pose[0]},  {"y", pose[1]},  {"z", pose[2] + (move % 4 == 1 ? 5 : 0)},
+                                           {"rx", pose[3]}, {"ry", pose[4]}, {"rz", pose[5]},
+                                           {"vel", 100},    {"acc", 50}}
+                   : axes(move % 4 == 0 ? 0 : 2, 100);
         transport.count = true;
+        allocations = 0;
         const long before = transport.cycles;
-        const auto result = client.wait_until(
-            id, [](const srci_plc::AcrEntry& e) { return srci_plc::cmd_state::is_final(e.last.state); }, 60000);
+        const uint16_t id = client.submit(command(linear ? "move-linear" : "move-axes"), target);
+        const auto result = client.wait_until(id, done, 60000);
         transport.count = false;
         ASSERT_EQ(result.header.state, srci_plc::cmd_state::kDone) << "move " << move;
         counted += transport.cycles - before;
         total += allocations;
     }
-    EXPECT_GT(counted, 40) << "the moves must have taken cycles";
-    EXPECT_EQ(total, 0) << "heap allocations while 20 moves started and finished";
+    EXPECT_GT(counted, 60) << "the moves must have taken cycles";
+    EXPECT_EQ(total, 0) << "heap allocations while 20 moves were accepted, started and finished";
 }
 
 }  // namespace
