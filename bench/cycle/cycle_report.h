@@ -34,7 +34,8 @@ struct Report {
     std::vector<CycleRecord> adapter, baseline;
     std::vector<ThreadCpu> cpu;
     double cpuSeconds = 0;
-    std::vector<double> latencyMs;
+    std::vector<double> latencyMs;            // answers read as soon as they come
+    std::vector<double> latencyNextPeriodMs;  // answers read at the client's next period
     long rssStartKiB = -1, rssEndKiB = -1;
     double rssMinutes = 0;
     std::vector<ScaleRow> scale;

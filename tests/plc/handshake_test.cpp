@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <chrono>
 #include <memory>
 
 #include "cli_parse.hpp"
@@ -276,4 +277,50 @@ TEST(ClientCommands, SplitsQueuedPayloadsAcrossTelegramsAndSurvivesTornAnswers) 
     EXPECT_EQ(writes[1]->first_action, fragment_action::kReset);  // split: Reset first, Complete last
     EXPECT_EQ(writes[1]->payload[53], 0x41);                      // Radius 20.0 = 41 A0 00 00
     EXPECT_EQ(writes[1]->payload[54], 0xA0);
+}
+
+namespace {
+
+// Stamps when each half of an exchange happens; the answer is all zeros (no robot yet).
+class StampingTransport : public Transport {
+public:
+    using Clock = std::chrono::steady_clock;
+    void exchange(const std::vector<uint8_t>&, std::vector<uint8_t>& rx) override {
+        std::fill(rx.begin(), rx.end(), 0);
+    }
+    void send(const std::vector<uint8_t>&) override { sent.push_back(Clock::now()); }
+    void receive(std::vector<uint8_t>& rx) override {
+        received.push_back(Clock::now());
+        std::fill(rx.begin(), rx.end(), 0);
+    }
+    std::vector<Clock::time_point> sent, received;
+};
+
+}  // namespace
+
+// The sleep to the end of a cycle's period is a lower bound; the in-process answer comes at once, so
+// only where the sleep sits decides on which side of the period's end the receive lands.
+TEST(ClientPacing, AnAnswerIsReadAfterThePeriodOrAtOnceAndTelegramsKeepThePeriodEitherWay) {
+    for (const bool at_once : {false, true}) {
+        SCOPED_TRACE(at_once ? "answer at once" : "answer at the next period");
+        StampingTransport transport;
+        ClientOptions o;
+        o.cycle_ms = 60;
+        o.answer_at_once = at_once;
+        Client client(transport, o);
+        for (int k = 0; k < 3; ++k) client.cycle();
+        ASSERT_EQ(transport.sent.size(), 3u);
+        ASSERT_EQ(transport.received.size(), 3u);
+        // The grid starts a moment before the first send: a millisecond covers that.
+        const auto period = std::chrono::milliseconds(o.cycle_ms);
+        const auto slack = std::chrono::milliseconds(1);
+        for (size_t k = 0; k < 3; ++k) {
+            const int n = static_cast<int>(k);
+            EXPECT_GE(transport.sent[k] - transport.sent[0], period * n - slack) << "cycle " << k;
+            EXPECT_EQ(transport.received[k] >= transport.sent[0] + period * (n + 1) - slack, !at_once) << "cycle " << k;
+        }
+        // The client's stamps bracket the transport's halves of the last exchange.
+        EXPECT_LE(client.last_sent_at(), transport.sent.back());
+        EXPECT_GE(client.last_answer_at(), transport.received.back());
+    }
 }

@@ -57,6 +57,9 @@ void add_global_options(CLI::App& app, GlobalOptions& o) {
         ->check(CLI::Range(10, 65535))
         ->capture_default_str();
     app.add_option("--cycle", o.cycle_ms, "telegram cycle [ms]")->check(CLI::Range(1, 100))->capture_default_str();
+    app.add_flag("--answer-at-once", o.answer_at_once,
+                 "read each answer as soon as it comes rather than at the next cycle (a cycle fresher, twice the "
+                 "wake-ups)");
     app.add_flag("--json", o.json, "one JSON object per command (and per robot message) instead of text");
     app.add_flag("-v,--verbose", o.verbose, "hex dump of every telegram pair whose content changed");
     app.add_flag("--force", o.force, "send commands the robot does not announce as supported");

@@ -21,6 +21,7 @@ struct GlobalOptions {
     int timeout_ms = 30000;
     uint16_t lifesign_timeout_ms = 1000;
     int cycle_ms = 4;
+    bool answer_at_once = false;
     bool json = false;
     bool verbose = false;
     bool force = false;

@@ -152,6 +152,7 @@ int main(int argc, char** argv) {
     co.tn_rob_to_plc = opt.no_cyclic ? 0 : telegram_number::kDefaultRobToPlc;
     co.lifesign_timeout_ms = opt.lifesign_timeout_ms;
     co.cycle_ms = opt.cycle_ms;
+    co.answer_at_once = opt.answer_at_once;
     co.step_timeout_ms = std::min(5000, opt.timeout_ms);
     size_t cyclic_end = 10;
     for (unsigned bit = 0; bit < 16; ++bit)

@@ -50,10 +50,14 @@ bool Client::enabled_flag(const AcrEntry& e) {
 // Like a PLC task: take the robot's last answer into account, write the outputs, and let the
 // answer to them wait in the socket until the next period, so a cycle costs one wake-up.
 void Client::cycle() {
+    const auto period = std::chrono::milliseconds(opt_.cycle_ms);
+    // Reading at once, the wait for the period comes first, so that the answer is seen as soon as
+    // it is read.
+    if (opt_.answer_at_once && opt_.cycle_ms > 0) std::this_thread::sleep_until(next_cycle_);
     // A little late (the last answer's processing), the cycle keeps the grid; a whole period late
     // (the caller was busy), it starts a new grid instead of racing to catch up.
     const auto cycle_start = std::chrono::steady_clock::now();
-    if (cycle_start - next_cycle_ >= std::chrono::milliseconds(opt_.cycle_ms)) next_cycle_ = cycle_start;
+    if (cycle_start - next_cycle_ >= period) next_cycle_ = cycle_start;
     acr_.release_finished();
     // A command submitted since the last answer rides in this very telegram.
     if (have_rx_) advance_sequence_if_acked();
@@ -76,12 +80,14 @@ void Client::cycle() {
     t.fragments = seq_fragments_;
     const std::vector<uint8_t> tx = encode_plc_telegram(t);
     std::vector<uint8_t> rx(t.length_rob_to_plc);
+    sent_at_ = std::chrono::steady_clock::now();
     transport_.send(tx);
     if (opt_.cycle_ms > 0) {
-        next_cycle_ += std::chrono::milliseconds(opt_.cycle_ms);
-        std::this_thread::sleep_until(next_cycle_);
+        next_cycle_ += period;
+        if (!opt_.answer_at_once) std::this_thread::sleep_until(next_cycle_);
     }
     transport_.receive(rx);
+    answer_at_ = std::chrono::steady_clock::now();
     if (opt_.on_exchange) opt_.on_exchange(tx, rx);
 
     // The robot lifesign is only supervised once it has started (byte 1 != 0).

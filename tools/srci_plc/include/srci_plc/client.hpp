@@ -46,6 +46,9 @@ struct ClientOptions {
     uint8_t message_level = 20;
     ParamValues exchange_config;  // further ExchangeConfiguration fields
     int cycle_ms = 4;
+    // Read the robot's answer to a telegram as soon as it comes instead of at the next period:
+    // answers are a period fresher, for a second wake-up per cycle (the one that receives).
+    bool answer_at_once = false;
     int step_timeout_ms = 5000;  // each start-up step
     int robot_lifesign_timeout_ms = 2000;
     bool reset_on_connect = true;  // wipe a previous session's commands
@@ -105,6 +108,9 @@ public:
 
     bool initialized() const { return initialized_; }
     const RobotTelegram& last_telegram() const { return rx_; }
+    // When the last telegram left and when its answer was taken in.
+    std::chrono::steady_clock::time_point last_sent_at() const { return sent_at_; }
+    std::chrono::steady_clock::time_point last_answer_at() const { return answer_at_; }
     const std::vector<DecodedField>& robot_data() const { return robot_data_; }
     const std::vector<uint8_t>& supported_functions() const { return supported_; }
     bool supports(const CommandDef& def) const;
@@ -138,6 +144,8 @@ private:
     bool have_rx_ = false;
     // Start of the next cycle on a fixed grid of cycle_ms, so the link runs at exactly that period.
     std::chrono::steady_clock::time_point next_cycle_{};
+    std::chrono::steady_clock::time_point sent_at_{};
+    std::chrono::steady_clock::time_point answer_at_{};
     uint8_t lifesign_ = 0;
     uint8_t fast_stop_ = 0;
     Control control_ = Control::None;
