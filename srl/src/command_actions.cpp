@@ -11,8 +11,6 @@
 
 namespace srl::detail {
 
-Commands& C() { return ctx().cmds; }
-
 static constexpr int8_t kSeverityError = 28, kSeverityFatal = 29;
 
 // Severity of a code in a response that is not an error (Aborted infos, warnings).

@@ -6,6 +6,7 @@
 #include <cstdint>
 
 #include "commands.h"
+#include "context.h"
 #include "wire_codec.h"
 
 namespace srl::detail {
@@ -24,7 +25,7 @@ inline constexpr uint16_t kMotionDoneProgress = 10000;
 inline constexpr uint8_t kOrphanRid = 0xFF;  // rid_owner mark: no CmdID, still in the adapter
 static_assert(kMaxAcr < kOrphanRid);
 
-Commands& C();
+inline Commands& C() { return ctx().cmds; }
 // Builds the wire payload (header + table conversion of `host`) and queues it for `id`.
 // `host`, when given, holds at least rsp->host_len bytes; severity -1 derives it from the code.
 void queue(uint16_t id, uint8_t parseq, uint8_t st, uint16_t alarm, const RecordDesc* rsp, const uint8_t* host,

@@ -135,7 +135,8 @@ void commands_tick() {
     if (fn != nullptr) {
         LRob_typeServerCmdEnableRobot record;
         std::memcpy(&record, c.enable_record, sizeof record);
-        refresh_system_state(x.cyc, x.tsm.state, sequence_state(), commands_motion_live());
+        const LiveKinds live = commands_live_kinds();
+        refresh_system_state(x.cyc, x.tsm.state, sequence_state(live), live.motion);
         unsigned short result = 0;
         const bool new_cmd = c.enable_new_cmd;
         try {
@@ -244,20 +245,15 @@ void commands_sync_item(int item_type, int index) {
     }
 }
 
-bool commands_motion_live() {
+LiveKinds commands_live_kinds() {
+    LiveKinds k;
     for (uint16_t id = 1; id <= kMaxAcr; ++id) {
         const Entry& e = C().acr[id];
-        if (e.live && e.info->kind == Kind::Motion) return true;
+        if (!e.live) continue;
+        if (e.info->kind == Kind::Motion) k.motion = true;
+        if (e.info->kind == Kind::GroupJog && e.jog_running) k.jog_running = true;
     }
-    return false;
-}
-
-bool commands_jog_running() {
-    for (uint16_t id = 1; id <= kMaxAcr; ++id) {
-        const Entry& e = C().acr[id];
-        if (e.live && e.info->kind == Kind::GroupJog && e.jog_running) return true;
-    }
-    return false;
+    return k;
 }
 
 }  // namespace srl

@@ -72,8 +72,12 @@ void commands_motion_report(int id, int state, int error_code);
 void commands_jog_distance(bool reached);
 void commands_power_changed(bool enabled);
 void commands_sync_item(int item_type, int index);
-bool commands_motion_live();
-bool commands_jog_running();
+// What the register holds that makes the sequence run: one scan answers both.
+struct LiveKinds {
+    bool motion = false;       // a motion command is in the register
+    bool jog_running = false;  // a jog is moving the arm
+};
+LiveKinds commands_live_kinds();
 // Internal calls of header-only handlers (stop on reset, pause on a fast stop).
 void call_internal(Slot slot, uint16_t cmd_type);
 

@@ -41,8 +41,12 @@ struct Context {
     unsigned long torn_telegrams = 0;
 };
 
-Context& ctx();
+// The one interpreter state. Reached inline: the cycle asks for it in every scan of the command
+// register, and a call per slot cost more than the scan itself.
+extern Context g_context;
+inline Context& ctx() { return g_context; }
 uint64_t now_ms();
+SequenceState sequence_state(const LiveKinds& live);
 SequenceState sequence_state();
 // Client lifesign timeout before ExchangeConfiguration brings the client's value.
 uint16_t default_lifesign_timeout();

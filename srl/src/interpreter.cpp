@@ -12,9 +12,10 @@
 #include "wire_codec.h"
 
 namespace srl {
-namespace {
 
 Context g_context;
+
+namespace {
 
 uint64_t monotonic_ms() {
     using namespace std::chrono;
@@ -142,14 +143,14 @@ void run_cycle(const uint8_t* recv, uint8_t* send) {
 
 }  // namespace
 
-Context& ctx() { return g_context; }
-
 uint64_t now_ms() { return g_context.clock != nullptr ? g_context.clock() : monotonic_ms(); }
 
-SequenceState sequence_state() {
+SequenceState sequence_state(const LiveKinds& live) {
     if (g_context.cyc.sequence_interrupted) return SequenceState::Interrupted;
-    return commands_motion_live() || commands_jog_running() ? SequenceState::Executing : SequenceState::Idle;
+    return live.motion || live.jog_running ? SequenceState::Executing : SequenceState::Idle;
 }
+
+SequenceState sequence_state() { return sequence_state(commands_live_kinds()); }
 
 uint16_t default_lifesign_timeout() {
     const Context& x = g_context;
@@ -273,7 +274,8 @@ void srl_set_sync_item_parameters(int itemType, int index, unsigned char*) { srl
 void srl_get_system_state(LRob_typeSystemState* state) {
     if (state == nullptr) return;
     srl::Context& x = ctx();
-    srl::refresh_system_state(x.cyc, x.tsm.state, srl::sequence_state(), srl::commands_motion_live());
+    const srl::LiveKinds live = srl::commands_live_kinds();
+    srl::refresh_system_state(x.cyc, x.tsm.state, srl::sequence_state(live), live.motion);
     *state = x.cyc.system;
 }
 

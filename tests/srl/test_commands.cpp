@@ -64,6 +64,12 @@ TEST_F(Commands, GroupJogCallsTheModeHandlerOnStartAndOnEveryUpdate) {
     EXPECT_EQ(r.find(3).bytes[4] & 1, 1);  // Enabled
     for (int i = 0; i < 5; ++i) plc.cycle();
     EXPECT_EQ(fakes().count("jog_joint"), 1);  // never every cycle
+    const auto sequence_state = [] {
+        LRob_typeSystemState s{};
+        srl_get_system_state(&s);
+        return s.state.rcSequenceState;
+    };
+    EXPECT_EQ(sequence_state(), 92);  // a jog with a direction runs the sequence
 
     srl_set_jog_distance_togo(1);
     r = plc.cycle({{3, 0x05, 0, jog(1, 0, 0x40, 2)}});  // update: frame jog, X-
@@ -76,6 +82,7 @@ TEST_F(Commands, GroupJogCallsTheModeHandlerOnStartAndOnEveryUpdate) {
     EXPECT_EQ(fakes().last("jog_frame")->in[20], 0);  // stop: no direction
     ASSERT_EQ(r.find(3).state(), 10);
     EXPECT_EQ(r.find(3).bytes[4], 0);
+    EXPECT_EQ(sequence_state(), 91);
 }
 
 TEST_F(Commands, GroupStopFinalisesEveryQueuedMove) {
