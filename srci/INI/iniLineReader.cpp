@@ -60,21 +60,22 @@ bool IniLineReader::next(IniLine& line) {
     return line.length > 0;
 }
 
-bool IniLineReader::copyTo(const IniLine& line, std::FILE* out) {
+bool IniLineReader::copyTo(const IniLine& line, std::string& out) const {
     if (!inMemory_) return false;
     if (!line.isComplete()) {
         // Longer than the buffer: the bytes come from the text itself, line feed included.
-        const auto size = static_cast<std::size_t>(line.length);
-        return std::fwrite(data_ + line.start, 1, size, out) == size;
+        out.append(data_ + line.start, static_cast<std::size_t>(line.length));
+        return true;
     }
-    if (line.keptLength > 0 && std::fwrite(line.text, 1, line.keptLength, out) != line.keptLength) return false;
-    return !line.endsWithLineFeed || std::fputc('\n', out) != EOF;
+    out.append(line.text, line.keptLength);
+    if (line.endsWithLineFeed) out += '\n';
+    return true;
 }
 
-bool IniLineReader::copyRest(std::FILE* out) {
+bool IniLineReader::copyRest(std::string& out) {
     if (!inMemory_) return false;
     const std::size_t rest = end_ - next_;
-    if (rest > 0 && std::fwrite(data_ + next_, 1, rest, out) != rest) return false;
+    out.append(data_ + next_, rest);
     offset_ += static_cast<long long>(rest);
     next_ = end_;
     return true;

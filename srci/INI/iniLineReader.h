@@ -12,6 +12,7 @@
 
 #include <cstddef>
 #include <cstdio>
+#include <string>
 #include <string_view>
 
 #include "INI/minIni.h"
@@ -44,11 +45,11 @@ public:
     bool rewind();
     // False at the end of the file or on a read error.
     bool next(IniLine& line);
-    // Writes the line's exact bytes to out, however long it is. Only a reader of text in
+    // Appends the line's exact bytes to out, however long it is. Only a reader of text in
     // memory copies: a rewrite always works on the whole file loaded.
-    bool copyTo(const IniLine& line, std::FILE* out);
-    // Writes every remaining line unchanged (a reader of text in memory only).
-    bool copyRest(std::FILE* out);
+    bool copyTo(const IniLine& line, std::string& out) const;
+    // Appends every remaining line unchanged (a reader of text in memory only).
+    bool copyRest(std::string& out);
     // True once a read failed: a rewrite must then not replace the file.
     bool failed() const { return !inMemory_ && std::ferror(file_) != 0; }
 
