@@ -4,6 +4,8 @@
 #include <sys/types.h>
 #include <cstring>
 
+#include "INI/iniStorage.h"
+
 namespace srci::ini_detail {
 
 std::string_view IniLine::parseText() const { return {text, ::strnlen(text, keptLength)}; }
@@ -79,6 +81,16 @@ bool IniLineReader::copyRest(std::string& out) {
     offset_ += static_cast<long long>(rest);
     next_ = end_;
     return true;
+}
+
+IniFileReader::IniFileReader(const char* filename) {
+    IniStorage& storage = iniStorage();
+    if (const std::string* text = filename != nullptr ? storage.heldText(filename) : nullptr) {
+        reader_.emplace(std::string_view(*text));
+        return;
+    }
+    file_ = storage.openForReading(filename);
+    if (file_) reader_.emplace(file_.get());
 }
 
 }  // namespace srci::ini_detail

@@ -12,9 +12,11 @@
 
 #include <cstddef>
 #include <cstdio>
+#include <optional>
 #include <string>
 #include <string_view>
 
+#include "INI/iniFileAccess.h"
 #include "INI/minIni.h"
 
 namespace srci::ini_detail {
@@ -65,6 +67,19 @@ private:
     std::size_t next_ = 0;
     std::size_t end_ = 0;
     bool inMemory_ = false;
+};
+
+// A reader over a file of the current storage: over the text in place where the storage holds
+// it in memory, else over a stream. Not open when the file cannot be read.
+class IniFileReader {
+public:
+    explicit IniFileReader(const char* filename);
+    bool isOpen() const { return reader_.has_value(); }
+    IniLineReader& lines() { return *reader_; }
+
+private:
+    FileHandle file_;
+    std::optional<IniLineReader> reader_;
 };
 
 }  // namespace srci::ini_detail
