@@ -47,6 +47,9 @@ SectionKeys readSection(IniLineReader& reader, std::string_view section) {
     SectionKeys result;
     result.sectionFound = findSection(reader, section);
     if (!result.sectionFound) return result;
+    // A record's section holds a handful of keys; grown key by key, the list would be
+    // reallocated three times before its eighth.
+    result.keys.reserve(8);
     IniLine line;
     while (reader.next(line)) {
         const LineSyntax syntax = parseLine(line.parseText());
