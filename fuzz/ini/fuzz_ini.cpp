@@ -119,9 +119,9 @@ MemoryStorage& storage() {
     return memory;
 }
 
-// The writes go to the last of them. Every check is a function of the file and the name, so a
-// name listed twice (often "tool1") is listed once, at its last place: the second round of
-// reads, snapshots and comparisons would check nothing new.
+// The sections the checks read; the writes go to the last one. Every check is a function of the
+// file and the name, so a name listed twice (often "tool1") is listed once, at its last place:
+// a second round of reads, snapshots and comparisons would check nothing new.
 std::vector<std::string> someSections(const minIni& ini) {
     std::vector<std::string> sections = {"", "tool1"};
     for (int i = 0; i < kSectionsRead; ++i) {
