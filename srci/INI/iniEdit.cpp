@@ -1,10 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // The file's new text is built in memory by the same line-by-line copy a rewrite through a
 // temporary file would make, so several changes can reach the disk in one replacement.
-#include <cstdio>
-#include <cstdlib>
+#include <string>
 
-#include "INI/iniFileAccess.h"
 #include "INI/iniLineReader.h"
 #include "INI/iniLineSyntax.h"
 #include "INI/iniLookup.h"
@@ -17,18 +15,18 @@ namespace {
 // The new text being written, remembering whether its last line is ended.
 class CopyTarget {
 public:
-    explicit CopyTarget(std::FILE* file) : file_(file) {}
+    explicit CopyTarget(std::string& text) : text_(text) {}
 
     void write(std::string_view text) {
         if (text.empty()) return;
-        ok_ = ok_ && std::fwrite(text.data(), 1, text.size(), file_) == text.size();
+        text_ += text;
         lastEnded_ = text.back() == '\n';
     }
-    void copy(IniLineReader& source, const IniLine& line) {
-        ok_ = ok_ && source.copyTo(line, file_);
+    void copy(const IniLineReader& source, const IniLine& line) {
+        ok_ = source.copyTo(line, text_) && ok_;
         lastEnded_ = line.endsWithLineFeed;
     }
-    void copyRest(IniLineReader& source) { ok_ = ok_ && source.copyRest(file_); }
+    void copyRest(IniLineReader& source) { ok_ = source.copyRest(text_) && ok_; }
     // A line appended after an unterminated last line must start on its own line.
     void endLastLine() {
         if (!lastEnded_) write("\n");
@@ -36,7 +34,7 @@ public:
     bool ok() const { return ok_; }
 
 private:
-    std::FILE* file_;
+    std::string& text_;
     bool ok_ = true;
     bool lastEnded_ = true;  // an empty file needs no line feed either
 };
@@ -104,7 +102,6 @@ void copyWithChange(IniLineReader& source, CopyTarget& out, const IniChange& cha
     out.copyRest(source);
 }
 
-// A read-only stream over the text; the text must outlive it.
 // Nothing to write: the key already holds the value, or what is to go is not there.
 bool changeIsNoOp(std::string_view content, const IniChange& change) {
     IniLineReader reader(content);
@@ -118,18 +115,16 @@ bool changeIsNoOp(std::string_view content, const IniChange& change) {
 
 bool applyChange(std::string& content, const IniChange& change) {
     if (changeIsNoOp(content, change)) return true;
-    char* text = nullptr;
-    std::size_t size = 0;
-    std::FILE* out = ::open_memstream(&text, &size);
-    if (out == nullptr) return false;
+    // The reader walks the old text in place, so the new one is built beside it; room for a
+    // short added line saves a second allocation in the usual case.
+    std::string updated;
+    updated.reserve(content.size() + 64);
     IniLineReader source{std::string_view(content)};
-    CopyTarget target(out);
+    CopyTarget target(updated);
     copyWithChange(source, target, change);
-    const bool ok = target.ok() && !source.failed();
-    const bool closed = std::fclose(out) == 0;
-    if (ok && closed) content.assign(text, size);
-    std::free(text);
-    return ok && closed;
+    if (!target.ok() || source.failed()) return false;
+    content.swap(updated);
+    return true;
 }
 
 std::string temporaryName(std::string_view filename) {

@@ -4,6 +4,8 @@
 #include <sys/types.h>
 #include <cstring>
 
+#include "INI/iniStorage.h"
+
 namespace srci::ini_detail {
 
 std::string_view IniLine::parseText() const { return {text, ::strnlen(text, keptLength)}; }
@@ -60,24 +62,35 @@ bool IniLineReader::next(IniLine& line) {
     return line.length > 0;
 }
 
-bool IniLineReader::copyTo(const IniLine& line, std::FILE* out) {
+bool IniLineReader::copyTo(const IniLine& line, std::string& out) const {
     if (!inMemory_) return false;
     if (!line.isComplete()) {
         // Longer than the buffer: the bytes come from the text itself, line feed included.
-        const auto size = static_cast<std::size_t>(line.length);
-        return std::fwrite(data_ + line.start, 1, size, out) == size;
+        out.append(data_ + line.start, static_cast<std::size_t>(line.length));
+        return true;
     }
-    if (line.keptLength > 0 && std::fwrite(line.text, 1, line.keptLength, out) != line.keptLength) return false;
-    return !line.endsWithLineFeed || std::fputc('\n', out) != EOF;
+    out.append(line.text, line.keptLength);
+    if (line.endsWithLineFeed) out += '\n';
+    return true;
 }
 
-bool IniLineReader::copyRest(std::FILE* out) {
+bool IniLineReader::copyRest(std::string& out) {
     if (!inMemory_) return false;
     const std::size_t rest = end_ - next_;
-    if (rest > 0 && std::fwrite(data_ + next_, 1, rest, out) != rest) return false;
+    out.append(data_ + next_, rest);
     offset_ += static_cast<long long>(rest);
     next_ = end_;
     return true;
+}
+
+IniFileReader::IniFileReader(const char* filename) {
+    IniStorage& storage = iniStorage();
+    if (const std::string* text = filename != nullptr ? storage.heldText(filename) : nullptr) {
+        reader_.emplace(std::string_view(*text));
+        return;
+    }
+    file_ = storage.openForReading(filename);
+    if (file_) reader_.emplace(file_.get());
 }
 
 }  // namespace srci::ini_detail

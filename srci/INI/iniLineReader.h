@@ -12,8 +12,11 @@
 
 #include <cstddef>
 #include <cstdio>
+#include <optional>
+#include <string>
 #include <string_view>
 
+#include "INI/iniFileAccess.h"
 #include "INI/minIni.h"
 
 namespace srci::ini_detail {
@@ -44,11 +47,11 @@ public:
     bool rewind();
     // False at the end of the file or on a read error.
     bool next(IniLine& line);
-    // Writes the line's exact bytes to out, however long it is. Only a reader of text in
+    // Appends the line's exact bytes to out, however long it is. Only a reader of text in
     // memory copies: a rewrite always works on the whole file loaded.
-    bool copyTo(const IniLine& line, std::FILE* out);
-    // Writes every remaining line unchanged (a reader of text in memory only).
-    bool copyRest(std::FILE* out);
+    bool copyTo(const IniLine& line, std::string& out) const;
+    // Appends every remaining line unchanged (a reader of text in memory only).
+    bool copyRest(std::string& out);
     // True once a read failed: a rewrite must then not replace the file.
     bool failed() const { return !inMemory_ && std::ferror(file_) != 0; }
 
@@ -64,6 +67,19 @@ private:
     std::size_t next_ = 0;
     std::size_t end_ = 0;
     bool inMemory_ = false;
+};
+
+// A reader over a file of the current storage: over the text in place where the storage holds
+// it in memory, else over a stream. Not open when the file cannot be read.
+class IniFileReader {
+public:
+    explicit IniFileReader(const char* filename);
+    bool isOpen() const { return reader_.has_value(); }
+    IniLineReader& lines() { return *reader_; }
+
+private:
+    FileHandle file_;
+    std::optional<IniLineReader> reader_;
 };
 
 }  // namespace srci::ini_detail

@@ -2,7 +2,6 @@
 #include "INI/iniLookup.h"
 
 #include "INI/iniLineSyntax.h"
-#include "INI/iniStorage.h"
 
 namespace srci::ini_detail {
 
@@ -32,10 +31,9 @@ KeyLookup lookupKey(IniLineReader& reader, std::string_view section, std::string
 }
 
 KeyLookup lookupKeyInFile(std::string_view section, std::string_view key, const char* filename) {
-    FileHandle file = iniStorage().openForReading(filename);
-    if (!file) return {};
-    IniLineReader reader(file.get());
-    return lookupKey(reader, section, key);
+    IniFileReader file(filename);
+    if (!file.isOpen()) return {};
+    return lookupKey(file.lines(), section, key);
 }
 
 const std::string* SectionKeys::find(std::string_view key) const {
@@ -49,6 +47,9 @@ SectionKeys readSection(IniLineReader& reader, std::string_view section) {
     SectionKeys result;
     result.sectionFound = findSection(reader, section);
     if (!result.sectionFound) return result;
+    // A record's section holds a handful of keys; grown key by key, the list would be
+    // reallocated three times before its eighth.
+    result.keys.reserve(8);
     IniLine line;
     while (reader.next(line)) {
         const LineSyntax syntax = parseLine(line.parseText());
@@ -59,10 +60,9 @@ SectionKeys readSection(IniLineReader& reader, std::string_view section) {
 }
 
 SectionKeys readSectionInFile(std::string_view section, const char* filename) {
-    FileHandle file = iniStorage().openForReading(filename);
-    if (!file) return {};
-    IniLineReader reader(file.get());
-    return readSection(reader, section);
+    IniFileReader file(filename);
+    if (!file.isOpen()) return {};
+    return readSection(file.lines(), section);
 }
 
 }  // namespace srci::ini_detail

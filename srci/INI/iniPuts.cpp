@@ -29,6 +29,11 @@ bool isWritableChange(std::string_view section, const char* key, const char* val
 
 // The whole file as it is now; false when it exists but cannot be read.
 bool loadFile(const char* filename, std::string& content, bool& exists) {
+    if (const std::string* held = iniStorage().heldText(filename)) {
+        content = *held;
+        exists = true;
+        return true;
+    }
     content.clear();
     FileHandle file = iniStorage().openForReading(filename);
     exists = static_cast<bool>(file);

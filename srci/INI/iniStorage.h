@@ -17,6 +17,10 @@ public:
     virtual ~IniStorage() = default;
     // An empty handle with errno ENOENT when the file is absent, another errno when unusable.
     virtual srci::ini_detail::FileHandle openForReading(const char* path) = 0;
+    // The whole text of a file the storage keeps in memory, or null (always, on the disk);
+    // readers then scan it in place instead of opening a stream. It stays valid until the next
+    // replacement. Never asked for a null path.
+    virtual const std::string* heldText(const char* /*path*/) { return nullptr; }
     // Replaces the whole file; false when the old file is still in place (or may be).
     virtual bool replace(const char* path, std::string_view content) = 0;
 };

@@ -9,10 +9,8 @@
 #include <string>
 #include <utility>
 
-#include "INI/iniFileAccess.h"
 #include "INI/iniLineSyntax.h"
 #include "INI/iniLookup.h"
-#include "INI/iniStorage.h"
 #include "INI/iniValueText.h"
 
 using namespace srci::ini_detail;
@@ -107,9 +105,9 @@ int ini_getbool(const char* section, const char* key, int defValue, const char* 
 }
 
 int ini_hassection(const char* section, const char* filename) {
-    FileHandle file = iniStorage().openForReading(filename);
-    if (!file) return 0;
-    IniLineReader reader(file.get());
+    IniFileReader file(filename);
+    if (!file.isOpen()) return 0;
+    IniLineReader& reader = file.lines();
     return findSection(reader, orEmpty(section)) ? 1 : 0;
 }
 
@@ -120,9 +118,9 @@ int ini_haskey(const char* section, const char* key, const char* filename) {
 int ini_getsection(int idx, char* buffer, int size, const char* filename) {
     if (!usableBuffer(buffer, size)) return 0;
     buffer[0] = '\0';
-    FileHandle file = iniStorage().openForReading(filename);
-    if (!file || idx < 0) return 0;
-    IniLineReader reader(file.get());
+    IniFileReader file(filename);
+    if (!file.isOpen() || idx < 0) return 0;
+    IniLineReader& reader = file.lines();
     IniLine line;
     int seen = 0;
     while (reader.next(line)) {
@@ -137,9 +135,9 @@ int ini_getsection(int idx, char* buffer, int size, const char* filename) {
 int ini_getkey(const char* section, int idx, char* buffer, int size, const char* filename) {
     if (!usableBuffer(buffer, size)) return 0;
     buffer[0] = '\0';
-    FileHandle file = iniStorage().openForReading(filename);
-    if (!file || idx < 0) return 0;
-    IniLineReader reader(file.get());
+    IniFileReader file(filename);
+    if (!file.isOpen() || idx < 0) return 0;
+    IniLineReader& reader = file.lines();
     if (!findSection(reader, orEmpty(section))) return 0;
     IniLine line;
     int seen = 0;
@@ -153,9 +151,9 @@ int ini_getkey(const char* section, int idx, char* buffer, int size, const char*
 
 int ini_browse(ini_browse_callback callback, void* userData, const char* filename) {
     if (callback == nullptr) return 0;
-    FileHandle file = iniStorage().openForReading(filename);
-    if (!file) return 0;
-    IniLineReader reader(file.get());
+    IniFileReader file(filename);
+    if (!file.isOpen()) return 0;
+    IniLineReader& reader = file.lines();
     IniLine line;
     std::string section;
     while (reader.next(line)) {
