@@ -23,8 +23,8 @@ constexpr int kToolCount = 16;
 constexpr int kFrameCount = 16;
 
 void logMismatch(const char* label, int id, const POSE& controller, const POSE& stored) {
-    SRCI_LOG(zlog::ZLogLvDebug, handler::text(label, id, "\nvalue in controller: ", controller,
-                                              "\nprevious stored in addon: ", stored.str()));
+    SRCI_LOG(zlog::ZLogLvDebug,
+             handler::text(label, id, "\nvalue in controller: ", controller, "\nprevious stored in addon: ", stored));
 }
 
 // Announces that item `index` changed; the value fields stay zero on purpose.

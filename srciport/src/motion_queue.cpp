@@ -81,7 +81,7 @@ int MotionQueue::activate(const MoveRequest& r, const Joints& start, const Motio
         case MoveRequest::Kind::Linear: {
             uint8_t config = 0;
             const Transform tcp = ctx.kin->forward(start, &config) * r.tool;
-            seg.path = CartesianPath::towards(*ctx.kin, tcp, r.tcpTarget, r.tool, config);
+            seg.path.emplace<CartesianPath>(CartesianPath::towards(*ctx.kin, tcp, r.tcpTarget, r.tool, config));
             seg.end = r.plannedEnd;
             break;
         }

@@ -62,7 +62,6 @@ public:
     void emplace(Args&&... args) {
         path_.template emplace<P>(std::forward<Args>(args)...);
     }
-    void operator=(CartesianPath path) { path_ = std::move(path); }
     // Null until a path was set.
     const Path* operator->() const {
         if (const auto* joint = std::get_if<JointPath>(&path_)) return joint;
