@@ -82,7 +82,6 @@ TEST_F(RcItfTest, MinusOneReadsTheActiveTool) {
 // Selecting the tool or frame that is already active is no change: no port command, no pause.
 // Every real change keeps both; -1 selects nothing. The controller's active id decides, not what
 // the adapter selected last: a tool reset behind the adapter's back is undone with its pause.
-// Moves and jogs select their tool and frame through these same calls.
 TEST_F(RcItfTest, OnlyARealToolOrFrameChangeSendsAndPauses) {
     powerAndEnable();
     struct Case {
@@ -113,6 +112,25 @@ TEST_F(RcItfTest, OnlyARealToolOrFrameChangeSendsAndPauses) {
         EXPECT_EQ(rc->getCurrentTooldId(), tool) << c.what;
         EXPECT_EQ(rc->getCurrentUserFrameId(), frame) << c.what;
     }
+}
+
+TEST_F(RcItfTest, MoveInTheActiveToolAndFrameDoesNotPause) {
+    powerAndEnable();
+    rc->setToolId(2);
+    rc->setUsrFrameId(1);
+    sleeps.clear();
+    MoveCmdParam p;
+    p.toolId = 2;
+    p.frameId = 1;
+    p.pos = rc->getCartesianPos();
+    p.generalParam.vel = 10;
+    p.generalParam.acc = 10;
+    rc->robotMoveLine(p);
+    EXPECT_TRUE(sleeps.empty());
+
+    p.toolId = 0;
+    rc->robotMoveLine(p);
+    EXPECT_EQ(sleeps, (std::vector<int>{15}));
 }
 
 TEST_F(RcItfTest, OnlyExternalAutomaticExistsAndDynamicsHaveNoDecOrJerk) {
