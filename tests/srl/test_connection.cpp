@@ -32,12 +32,13 @@ TEST_F(Connection, InitializeChecksTheHeaderInOrder) {
         {"P->R joint block", [](Plc& p) { p.p2r_words = 0x04; }, 172},
         {"group 1 accepted", [](Plc& p) { p.group = 1; }, 255},
         {"Cartesian + joint", [](Plc& p) { p.r2p_words = 0x06; }, 255},
-        {"optional data too large for 64-byte telegrams",
+        // 80 bytes hold both blocks (76) but not a usable sequence area after them.
+        {"optional data too large for 80-byte telegrams",
          [](Plc& p) {
              srl_config cfg = srl_config_get();
-             cfg.length_plc_to_rob = cfg.length_rob_to_plc = 64;
+             cfg.length_plc_to_rob = cfg.length_rob_to_plc = 80;
              srl_config_set(cfg);
-             p.lengths[0] = p.lengths[1] = 64;
+             p.lengths[0] = p.lengths[1] = 80;
              p.r2p_words = 0x06;
          },
          166},
