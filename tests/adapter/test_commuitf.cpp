@@ -54,21 +54,18 @@ struct SemaphoreHolder {
     std::thread thread;  // last: it starts once the rest exists
 };
 
-TEST(CommuItf, RefusesMissingImageAndWrongAttachmentCount) {
+// A link that could not attach refuses to exchange rather than write through no image.
+TEST(CommuItf, RefusesMissingImageAndWrongAttachmentCountAndThenEveryExchange) {
     ProcessImage::removeStale();
     CommuItf missing;
     EXPECT_EQ(initCode(missing, 10), err_commuitf_init);
+    uint8_t buf[256] = {};
+    EXPECT_THROW(missing.recvFromPlc(buf, sizeof buf), int);
+    EXPECT_THROW(missing.sendToPlc(buf, sizeof buf), int);
 
     ProcessImage lonely(1);
     CommuItf early;
     EXPECT_EQ(initCode(early, 1), err_commuitf_init) << "one attachment is not the I/O manager's two";
-}
-
-TEST(CommuItf, NotAttachedExchangesThrow) {
-    CommuItf commu;
-    uint8_t buf[256] = {};
-    EXPECT_THROW(commu.recvFromPlc(buf, sizeof buf), int);
-    EXPECT_THROW(commu.sendToPlc(buf, sizeof buf), int);
 }
 
 TEST(CommuItf, CopiesTheSrciAreasOnly) {

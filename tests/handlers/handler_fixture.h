@@ -38,8 +38,7 @@ Answer<Rsp> call(Handler fn, const Cmd& cmd, unsigned char cmdId = 7) {
     in[255] = cmdId;
     int err = -1;
     fn(in, out, &err);
-    Answer<Rsp> a{err, handler::decode<Rsp>(out), out[0] != kUntouched || out[1] != kUntouched};
-    return a;
+    return {err, handler::decode<Rsp>(out), out[0] != kUntouched || out[1] != kUntouched};
 }
 
 // What the interpreter was told through the calls the tests intercept (see wraps.cpp).

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <cstring>
@@ -34,9 +35,7 @@ struct Fakes {
     bool last_enable_param_new = false;
 
     int count(const std::string& n) const {
-        int c = 0;
-        for (const Call& k : calls) c += k.name == n;
-        return c;
+        return static_cast<int>(std::count_if(calls.begin(), calls.end(), [&](const Call& k) { return k.name == n; }));
     }
     const Call* last(const std::string& n) const {
         for (auto it = calls.rbegin(); it != calls.rend(); ++it)
@@ -127,18 +126,13 @@ T received(const char* handler, size_t off = 0) {
     return v;
 }
 
-inline LRob_typePersistentData& persistent() {
-    static LRob_typePersistentData p{};
-    return p;
-}
-inline LRob_typeServerAxesGroupParameter& axes() {
-    static LRob_typeServerAxesGroupParameter a{};
-    return a;
-}
+// The adapter's init parameters; the interpreter keeps pointers to them.
+inline LRob_typePersistentData g_persistent;
+inline LRob_typeServerAxesGroupParameter g_axes;
 
 // Fresh interpreter with every fake registered, the adapter's init parameters
 // and a fake clock.
-inline void reset_interpreter(bool register_all = true) {
+inline void reset_interpreter() {
     srl_config_reset();
     fakes() = Fakes{};
     g_now_ms = 1000;
@@ -146,14 +140,13 @@ inline void reset_interpreter(bool register_all = true) {
     srl_config cfg;
     cfg.always_tool_frame = true;
     srl_config_set(cfg);
-    persistent() = LRob_typePersistentData{};
-    persistent().generalConfiguration.LifeSignTimeOut = 1000;
-    axes() = LRob_typeServerAxesGroupParameter{};
-    axes().RC.LengthACR = 50;
-    axes().RC.UbTool = axes().RC.UbFrame = axes().RC.UbLoad = 19;
-    srl_set_init_parameter(&persistent(), &axes());
+    g_persistent = LRob_typePersistentData{};
+    g_persistent.generalConfiguration.LifeSignTimeOut = 1000;
+    g_axes = LRob_typeServerAxesGroupParameter{};
+    g_axes.RC.LengthACR = 50;
+    g_axes.RC.UbTool = g_axes.RC.UbFrame = g_axes.RC.UbLoad = 19;
+    srl_set_init_parameter(&g_persistent, &g_axes);
     srl_robot_init_complete_set_operation_mode_to_edk(4);
-    if (!register_all) return;
     srl_set_open_callback_funs(1);
     register_fakes(std::make_index_sequence<std::size(kHandlers)>());
     srl_set_enable_robot_param_funs(reinterpret_cast<void*>(enable_param));

@@ -5,7 +5,7 @@
 
 #include <array>
 #include <cstdint>
-#include <initializer_list>
+#include <sstream>
 #include <stdexcept>
 #include <string>
 #include <utility>
@@ -27,26 +27,15 @@ inline uint16_t be16(const uint8_t* p) { return static_cast<uint16_t>(p[0] << 8 
 // "23 05 01 00" -> bytes (for hand-written golden data)
 inline Bytes hex(const std::string& s) {
     Bytes out;
-    std::string tok;
-    for (char ch : s + " ") {
-        if (ch != ' ') {
-            tok += ch;
-        } else if (!tok.empty()) {
-            out.push_back(static_cast<uint8_t>(std::stoi(tok, nullptr, 16)));
-            tok.clear();
-        }
-    }
+    std::istringstream in(s);
+    for (unsigned byte; in >> std::hex >> byte;) out.push_back(static_cast<uint8_t>(byte));
     return out;
 }
 
-// A 256-byte telegram from (offset, hex) pieces; all other bytes 0.
-inline Tel telegram(std::initializer_list<std::pair<int, std::string>> pieces) {
-    Tel t{};
-    for (const auto& [off, h] : pieces) {
-        const Bytes b = hex(h);
-        for (size_t i = 0; i < b.size(); ++i) t[off + i] = b[i];
-    }
-    return t;
+// Big-endian 16-bit field at `off`.
+inline void put16(Tel& t, size_t off, uint16_t v) {
+    t[off] = static_cast<uint8_t>(v >> 8);
+    t[off + 1] = static_cast<uint8_t>(v);
 }
 
 // One fragment of either direction; the accessors read a response's header.
@@ -103,39 +92,29 @@ public:
         Tel t{};
         t[0] = version;
         t[1] = static_cast<uint8_t>(fast_stop << 4 | life);
-        t[2] = lengths[0] >> 8;
-        t[3] = lengths[0] & 0xFF;
-        t[4] = lengths[1] >> 8;
-        t[5] = lengths[1] & 0xFF;
+        put16(t, 2, lengths[0]);
+        put16(t, 4, lengths[1]);
         t[6] = static_cast<uint8_t>(group << 4 | control);
-        t[8] = p2r_words >> 8;
-        t[9] = p2r_words & 0xFF;
-        t[10] = r2p_words >> 8;
-        t[11] = r2p_words & 0xFF;
+        put16(t, 8, p2r_words);
+        put16(t, 10, r2p_words);
         if (tool_frame) {
             t[18] = tool;
             t[19] = frame;
         }
         const int c = cp();
-        t[c] = seq >> 8;
-        t[c + 1] = seq & 0xFF;
+        put16(t, c, seq);
         int off = c + 4;
         for (const Frag& f : frags) {
             if (off + 8 + f.bytes.size() > static_cast<size_t>(lengths[0] - 1))
                 throw std::length_error("fragments do not fit the telegram");
-            t[off] = f.id >> 8;
-            t[off + 1] = f.id & 0xFF;
+            put16(t, off, f.id);
             t[off + 3] = f.action;
-            t[off + 4] = f.pointer >> 8;
-            t[off + 5] = f.pointer & 0xFF;
-            t[off + 6] = f.bytes.size() >> 8;
-            t[off + 7] = f.bytes.size() & 0xFF;
+            put16(t, off + 4, f.pointer);
+            put16(t, off + 6, static_cast<uint16_t>(f.bytes.size()));
             for (size_t i = 0; i < f.bytes.size(); ++i) t[off + 8 + i] = f.bytes[i];
             off += 8 + static_cast<int>(f.bytes.size());
         }
-        const int len = off - (c + 4);
-        t[c + 2] = static_cast<uint8_t>(len >> 8);
-        t[c + 3] = static_cast<uint8_t>(len);
+        put16(t, c + 2, static_cast<uint16_t>(off - (c + 4)));
         t[lengths[0] - 1] = life;
         return t;
     }

@@ -13,15 +13,13 @@ using Codec = ConnectedPlc;
 
 TEST_F(Codec, WorkAreaUsesTheStandardLayout) {
     Bytes p = payload(7503, Bytes(150, 0));
-    p[4] = 0x00;
-    p[5] = 0x03;  // WorkAreaNo 3 (UINT)
+    p[5] = 0x03;  // WorkAreaNo 3 (UINT); both layouts are SafetyWire.WorkAreaNumberInBothLayouts
     p[16] = 5;    // FrameNo
     p[17] = 0x3F;
     p[18] = 0x80;  // ZeroPointX 1.0 at the odd offset 17
     p[153] = 1;    // DataChanged flag: not part of the record
     plc.cycle({command(3, p)});
     const auto w = received<LRob_typeServerCmdWriteWorkArea>("write_workarea");
-    EXPECT_EQ(w.WorkAreaNo, 3);
     EXPECT_EQ(w.WorkAreaData.Data.FrameNo, 5);
     EXPECT_EQ(w.WorkAreaData.Data.DefinitionMode, 0);
     EXPECT_FLOAT_EQ(w.WorkAreaData.Data.ZeroPointX, 1.0f);

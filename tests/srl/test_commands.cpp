@@ -37,8 +37,9 @@ TEST_F(Commands, UnsupportedCommandsAreFinalAtOnce) {
     expect_errors(plc.cycle({command(3, payload(2110, Bytes(88, 0))),  // known, not served
                              command(4, payload(4242)),                // unknown CmdType
                              command(5, move_axes()),                  // handler unregistered
-                             command(6, payload(5107, {1}, 5))}),      // trigger ExecMode
-                  {{3, 0x8F11}, {4, 0x8F20}, {5, 0x8F11}, {6, 0x8F10}});
+                             command(6, payload(5107, {1}, 5)),        // trigger ExecMode
+                             command(7, payload(9000, {20, 0x02}))}),  // a second ExchangeConfiguration
+                  {{3, 0x8F11}, {4, 0x8F20}, {5, 0x8F11}, {6, 0x8F10}, {7, 0x8F12}});
 }
 
 TEST_F(Commands, ShortPayloadsAreZeroFilledAndLongOnesTruncated) {
@@ -226,10 +227,6 @@ TEST_F(Commands, SupportedFunctionsFollowRegistrationsAndSwitches) {
     EXPECT_EQ(b[96 + 9], 0x0F);       // limits, operation mode, work areas
     EXPECT_EQ(b[96 + 3] & 0x20, 0);   // MoveLinearAbsoluteJ never
     EXPECT_EQ(b[96 + 13] & 0x02, 0);  // SoftSwitchTCP never
-}
-
-TEST_F(Commands, SingleInstanceCommands) {
-    EXPECT_EQ(plc.cycle({command(3, payload(9000, {20, 0x02}))}).find(3).code(), 0x8F12);
 }
 
 }  // namespace

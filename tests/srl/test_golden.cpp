@@ -12,10 +12,15 @@ namespace {
 
 using Pieces = std::initializer_list<std::pair<int, std::string>>;
 
-Tel with(Tel t, Pieces pieces, uint8_t life) {
-    for (const auto& [off, h] : pieces) {
-        const Bytes b = hex(h);
-        std::copy(b.begin(), b.end(), t.begin() + off);
+// A telegram from (offset, hex) pieces over `base`, all other bytes 0, with the lifesign in byte 1 and
+// the footer.
+Tel telegram(Pieces base, Pieces pieces, uint8_t life) {
+    Tel t{};
+    for (const Pieces& layer : {base, pieces}) {
+        for (const auto& [off, h] : layer) {
+            const Bytes b = hex(h);
+            std::copy(b.begin(), b.end(), t.begin() + off);
+        }
     }
     t[1] = t[255] = life;
     return t;
@@ -23,14 +28,13 @@ Tel with(Tel t, Pieces pieces, uint8_t life) {
 
 // P->R: version 1.3; FastStop 0 / LifeSign `life` in byte 1 and the footer; lengths 256/256; group 0 /
 // Control NONE unless `pieces` say otherwise.
-Tel request(uint8_t life, Pieces pieces) { return with(telegram({{0, "23 00 01 00 01 00 00 00"}}), pieces, life); }
+Tel request(uint8_t life, Pieces pieces) { return telegram({{0, "23 00 01 00 01 00 00 00"}}, pieces, life); }
 
 // R->P while initialised: version 1.3; LifeSign `life` (hi nibble) in byte 1 and the footer; reserved;
 // TelegramState 255; status (LE) idle, disabled, operation mode 4 (bits 10-12) unless `pieces` say
 // otherwise; override 100.00 %.
 Tel reply(uint8_t life, Pieces pieces) {
-    return with(telegram({{0, "23 00 00 FF"}, {4, "00 10 00 00"}, {8, "27 10"}}), pieces,
-                static_cast<uint8_t>(life << 4));
+    return telegram({{0, "23 00 00 FF"}, {4, "00 10 00 00"}, {8, "27 10"}}, pieces, static_cast<uint8_t>(life << 4));
 }
 
 void expect_telegram(const Tel& expected, const Tel& actual, const char* what) {
@@ -294,18 +298,15 @@ TEST_F(Golden, ParameterUpdate) {
     EXPECT_EQ(received<uint16_t>("exchange_config", 10), 100);
 }
 
-// The client asked for 50 ms in the handshake.
-TEST_F(Golden, LifesignTimeoutAndRecovery) {
+// The client asked for 50 ms in the handshake. What the loss does and how a RESET recovers is
+// Connection.LifesignTimeoutStopsTheArmAndResetRecovers.
+TEST_F(Golden, LifesignTimeoutFromTheHandshake) {
     const Tel frozen = request(4, {{20, "00 04 00 00"}});
     Tel out{};
     int cycles = 0;
     for (; cycles < 30 && (cycles == 0 || out[3] == 0xFF); ++cycles) out = exchange(frozen);
     EXPECT_EQ(out[3], 0xA5);  // 165: client lifesign stopped changing
     EXPECT_GE(cycles, 12);    // not before 50 ms at 4 ms per telegram
-    EXPECT_EQ(fakes().count("group_stop"), 1);
-    EXPECT_EQ(fakes().count("clear_cmd"), 1);
-    EXPECT_EQ(exchange(request(5, {{6, "03"}, {20, "00 04 00 00"}}))[3], 0xFE);  // RESET -> 254
-    EXPECT_EQ(exchange(request(6, {{6, "01"}, {20, "00 04 00 00"}}))[3], 0xFF);  // INITIALIZE -> 255
 }
 
 }  // namespace
