@@ -127,31 +127,29 @@ TEST(Kinematics, ConfigurationBitsMeanWhatTheHeaderSays) {
     EXPECT_GT(checked, 500);
 }
 
+// Joint 6 (+-450) has several turns: the seed picks the nearest. Joint 1 has no second turn
+// inside +-170, so the seed cannot push it out of range. On joint 4 (+-190), 175 and -185 are
+// the same angle.
 TEST(Kinematics, SeedSelectsTurnNumber) {
     Kinematics k;
-    const Joints q = {10, 20, -30, 40, 50, 20};
-    uint8_t cfg = 0;
-    const Transform p = k.forward(q, &cfg);
-    Joints sol;
-    Joints seed = q;
-    seed[5] = 350;  // one turn further on joint 6
-    ASSERT_EQ(k.inverse(p, cfg, seed, sol), 0);
-    EXPECT_NEAR(sol[5], 380.0, 1e-9);
-    seed[5] = -300;
-    ASSERT_EQ(k.inverse(p, cfg, seed, sol), 0);
-    EXPECT_NEAR(sol[5], -340.0, 1e-9);
-    // Joint 1 has no second turn inside +-170: the seed cannot push it out of range.
-    seed = q;
-    seed[0] = 370;
-    ASSERT_EQ(k.inverse(p, cfg, seed, sol), 0);
-    EXPECT_NEAR(sol[0], 10.0, 1e-9);
-    // Joint 4 (+-190): 175 and -185 are the same angle; the seed picks.
-    const Joints q2 = {0, 10, -20, 175, 40, 0};
-    const Transform p2 = k.forward(q2, &cfg);
-    seed = q2;
-    seed[3] = -170;
-    ASSERT_EQ(k.inverse(p2, cfg, seed, sol), 0);
-    EXPECT_NEAR(sol[3], -185.0, 1e-9);
+    const struct {
+        Joints q;
+        int joint;
+        double seed, expected;
+    } rows[] = {
+        {{10, 20, -30, 40, 50, 20}, 5, 350, 380},
+        {{10, 20, -30, 40, 50, 20}, 5, -300, -340},
+        {{10, 20, -30, 40, 50, 20}, 0, 370, 10},
+        {{0, 10, -20, 175, 40, 0}, 3, -170, -185},
+    };
+    for (const auto& r : rows) {
+        uint8_t cfg = 0;
+        const Transform p = k.forward(r.q, &cfg);
+        Joints seed = r.q, sol;
+        seed[r.joint] = r.seed;
+        ASSERT_EQ(k.inverse(p, cfg, seed, sol), 0);
+        EXPECT_NEAR(sol[r.joint], r.expected, 1e-9) << "joint " << r.joint + 1 << " seed " << r.seed;
+    }
 }
 
 TEST(Kinematics, SingularAndUnreachableFailCleanly) {

@@ -262,48 +262,48 @@ TEST_F(MotionTest, RefusalsAndLimitCodes) {
     EXPECT_EQ(stat.cur_trajId, -1);
 }
 
-TEST_F(MotionTest, UnreachablePointOnLineStopsWithError) {
+// A straight line the arm cannot follow ends in an error on the way: behind the base joint 1
+// would need 180 deg; through the wrist singularity joint 5 would have to jump. The arm stops
+// short, refuses moves until the error is cleared, and moves again afterwards.
+TEST_F(MotionTest, LinearPathTheArmCannotFollowStopsWithError) {
     ASSERT_EQ(cmd.setMaxLimit(0, 170), 0);
     ASSERT_EQ(cmd.setMinLimit(0, -170), 0);
-    const double start[6] = {160, 20, -10, 0, 60, 0};
-    ASSERT_EQ(cmd.movjAbs(start, 100, 400, 1, 0), 0);
-    runUntilDone(20);
-    // The same arm posture at -160: the straight line between them passes behind the base,
-    // where joint 1 would need 180 deg.
-    const double endJ[6] = {-160, 20, -10, 0, 60, 0};
-    double pose[6];
-    unsigned char cfg = 0;
-    ASSERT_EQ(cmd.fkine(endJ, pose, &cfg, nullptr, nullptr), 0);
-    ASSERT_EQ(cmd.movl(pose, 200, 1000, 2, 0), 0);
-    runUntilDone(20);
-    int code = 0, type = 0;
-    cmd.updateErrInfo(code, type);
-    EXPECT_EQ(code, kErrPathUnreachable);
-    EXPECT_EQ(type, -1);
-    stat.poll();
-    EXPECT_TRUE(stat.ra_is_inst_done);
-    EXPECT_FALSE(stat.ra_is_moving);
-    EXPECT_GT(std::fabs(stat.act_jpos[0]), 169.0);
-    EXPECT_EQ(cmd.movjAbs(start, 10, 10, 3, 0), kErrFaultActive);
-    EXPECT_EQ(cmd.exitProtect(0), 0);
-    EXPECT_EQ(cmd.movjAbs(start, 10, 10, 3, 0), 0);
-}
-
-TEST_F(MotionTest, PathThroughWristSingularityStopsWithError) {
-    const double a[6] = {0, 30, -20, 0, 8, 0};
-    ASSERT_EQ(cmd.movjAbs(a, 100, 400, 1, 0), 0);
-    runUntilDone(20);
-    const double flipped[6] = {0, 30, -20, 0, -8, 0};
-    double pose[6];
-    unsigned char cfg = 0;
-    ASSERT_EQ(cmd.fkine(flipped, pose, &cfg, nullptr, nullptr), 0);
-    ASSERT_EQ(cmd.movl(pose, 50, 500, 2, 0), 0);
-    runUntilDone(20);
-    int code = 0, type = 0;
-    cmd.updateErrInfo(code, type);
-    EXPECT_TRUE(code == kErrJointJump || code == kErrPathUnreachable) << std::hex << code;
-    EXPECT_EQ(type, -1);
-    EXPECT_LT(std::fabs(joints()[4]), 8.0);
+    const struct {
+        const char* what;
+        double start[6];
+        int joint;  // the line ends with this joint mirrored
+        double vel, acc;
+        int orCode;    // accepted besides kErrPathUnreachable
+        double bound;  // where the arm stops, |joint| is beyond this bound (true) or within it (false)
+        bool beyond;
+    } cases[] = {
+        {"behind the base", {160, 20, -10, 0, 60, 0}, 0, 200, 1000, kErrPathUnreachable, 169.0, true},
+        {"through the wrist singularity", {0, 30, -20, 0, 8, 0}, 4, 50, 500, kErrJointJump, 8.0, false},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.what);
+        ASSERT_EQ(cmd.movjAbs(c.start, 100, 400, 1, 0), 0);
+        runUntilDone(20);
+        double end[6], pose[6];
+        std::copy(c.start, c.start + 6, end);
+        end[c.joint] = -c.start[c.joint];
+        unsigned char cfg = 0;
+        ASSERT_EQ(cmd.fkine(end, pose, &cfg, nullptr, nullptr), 0);
+        ASSERT_EQ(cmd.movl(pose, c.vel, c.acc, 2, 0), 0);
+        runUntilDone(20);
+        int code = 0, type = 0;
+        cmd.updateErrInfo(code, type);
+        EXPECT_TRUE(code == kErrPathUnreachable || code == c.orCode) << std::hex << code;
+        EXPECT_EQ(type, -1);
+        stat.poll();
+        EXPECT_TRUE(stat.ra_is_inst_done);
+        EXPECT_FALSE(stat.ra_is_moving);
+        EXPECT_EQ(std::fabs(stat.act_jpos[c.joint]) > c.bound, c.beyond) << stat.act_jpos[c.joint];
+        EXPECT_EQ(cmd.movjAbs(c.start, 10, 10, 3, 0), kErrFaultActive);
+        EXPECT_EQ(cmd.exitProtect(0), 0);
+        EXPECT_EQ(cmd.movjAbs(c.start, 10, 10, 3, 0), 0);
+        runUntilDone(20);
+    }
 }
 
 TEST_F(MotionTest, LinearMovesBlendAndEndOnTheLastTarget) {

@@ -32,9 +32,10 @@ TEST_F(PowerTest, StartupDefaultsAreRealistic) {
     EXPECT_EQ(cmd.kineInit(stat.ra_dh_param, 0), 0);
 }
 
+// The delays are set through the control channel's requests, in milliseconds.
 TEST_F(PowerTest, PowerAndEnableTakeTheirTime) {
-    arm.setPowerDelay(0.3);
-    arm.setEnableDelay(0.1);
+    EXPECT_EQ(arm.request("power-delay 300"), "ok power-delay 300");
+    EXPECT_EQ(arm.request("enable-delay 100"), "ok enable-delay 100");
     EXPECT_EQ(cmd.enableRobot(), kErrNotPowered);
     ASSERT_EQ(cmd.powerOnRobot(), 0);
     arm.step(0.29);
@@ -60,10 +61,10 @@ TEST_F(PowerTest, PowerAndEnableTakeTheirTime) {
 }
 
 TEST_F(PowerTest, PowerRefusedOrHanging) {
-    arm.setPowerRefuse(true);
+    EXPECT_EQ(arm.request("power-refuse on"), "ok power-refuse on");
     EXPECT_EQ(cmd.powerOnRobot(), kErrPowerFailed);
-    arm.setPowerRefuse(false);
-    arm.setPowerHang(true);
+    EXPECT_EQ(arm.request("power-refuse off"), "ok power-refuse off");
+    EXPECT_EQ(arm.request("power-hang on"), "ok power-hang on");
     EXPECT_EQ(cmd.powerOnRobot(), 0);
     arm.step(5);
     stat.poll();
