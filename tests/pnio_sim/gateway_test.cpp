@@ -78,8 +78,7 @@ TEST_F(Gateway, PartialTelegramDropsTheClientWithoutDisturbingTheImage) {
     EXPECT_TRUE(closed_by_peer(plc));
     close(plc);
 
-    // The half telegram never reached the robot; without a PLC the output is
-    // zero.
+    // The half telegram never reached the robot; without a PLC the output is zero.
     EXPECT_EQ(adapter->plc_output(), zeros);
     EXPECT_EQ(adapter->robot_input(), pattern(60));
     EXPECT_EQ(int32_t{adapter->snapshot().state.state}, kStateNoPlc);

@@ -18,8 +18,7 @@ using namespace pnio_sim;
 
 namespace {
 
-// Where the robot adapter finds the telegrams, independent of the layout
-// struct.
+// Where the robot adapter finds the telegrams, independent of the layout struct.
 constexpr size_t kPlcOutput = 1348;
 constexpr size_t kRobotInput = 1604;
 

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
-// pnio-sim as a child process, the robot adapter's view of its process image,
-// and a PLC's socket.
+// pnio-sim as a child process, the robot adapter's view of its process image, and a PLC's socket.
 #include <gtest/gtest.h>
 
 #include <cstdint>
@@ -21,8 +20,7 @@ protected:
 bool ipc_segment_exists();
 bool ipc_semaphore_exists();
 
-// pnio-sim with --no-status and `args`; started() once it said where it
-// listens.
+// pnio-sim with --no-status and `args`; started() once it said where it listens.
 class PnioSim {
 public:
     explicit PnioSim(const std::vector<std::string>& args = {"--port", "0"});

@@ -30,8 +30,8 @@ TEST_F(PnioSimTest, RefusesASecondInstanceAndCleansUpOnSigterm) {
 
 TEST_F(PnioSimTest, RemovesAStaleSegmentAndSemaphoreLeftByACrash) {
     ASSERT_GE(shmget(kShmKey, kShmSize, IPC_CREAT | IPC_EXCL | 0666), 0);
-    ASSERT_GE(semget(kSemKey, 1, IPC_CREAT | IPC_EXCL | 0666),
-              0);  // value 0: would block everyone
+    // value 0: would block everyone
+    ASSERT_GE(semget(kSemKey, 1, IPC_CREAT | IPC_EXCL | 0666), 0);
     PnioSim sim;
     ASSERT_TRUE(sim.started()) << sim.output();
     EXPECT_NE(sim.output().find("stale shared memory"), std::string::npos) << sim.output();
@@ -64,8 +64,7 @@ TEST_F(PnioSimTest, RejectsBadOptionsWithoutTouchingIpc) {
     }
 }
 
-// A restarted gateway takes over the image the adapter still uses; only the
-// last one out removes it.
+// A restarted gateway takes over the image the adapter still uses; only the last one out removes it.
 TEST_F(PnioSimTest, RestartUnderAnAttachedAdapterKeepsTheImage) {
     auto first = std::make_unique<PnioSim>();
     ASSERT_TRUE(first->started()) << first->output();
