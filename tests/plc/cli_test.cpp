@@ -3,28 +3,17 @@
 #include <gtest/gtest.h>
 
 #include <limits>
+#include <nlohmann/json.hpp>
 
-#include "cli_parse.hpp"
 #include "command_runner.hpp"
 #include "fake_robot_peer.hpp"
+#include "plc_test.hpp"
 #include "result_printer.hpp"
 
 using namespace srci_plc;
 using namespace srci_plc::cli;
 
-TEST(CliOptions, ParsesOptionsUntilTheCommandAndRejectsBadOnes) {
-    const GlobalOptions o = parse({"--port", "5001", "--json", "move-axes", "0", "-30", "vel=20"});
-    EXPECT_EQ(o.port, 5001);
-    EXPECT_TRUE(o.json);
-    EXPECT_EQ(o.command, (std::vector<std::string>{"move-axes", "0", "-30", "vel=20"}));
-
-    EXPECT_THROW(parse({"--port", "70000", "status"}), UsageError);
-    EXPECT_THROW(parse({"--port"}), UsageError);
-    EXPECT_THROW(parse({"--timeout", "abc", "status"}), UsageError);
-    EXPECT_THROW(parse({"--frobnicate", "status"}), UsageError);
-    EXPECT_THROW(parse({}), UsageError);
-}
-
+// Robot texts need not be valid UTF-8 nor free of quotes; a REAL may be NaN, which JSON cannot carry.
 TEST(CliOutput, JsonEscapesTextAndNamesErrorCodes) {
     Outcome o;
     o.command = "read-tool";
@@ -36,15 +25,24 @@ TEST(CliOutput, JsonEscapesTextAndNamesErrorCodes) {
     o.result.header.severity = 28;
     o.result.header.code = 0x8F11;
     o.info.push_back(DecodedField{"text", FieldType::Chars, std::string("say \"hi\"\n")});
+    o.info.push_back(DecodedField{"manufacturer", FieldType::Chars, std::string("Robo\xC0\xFF caf\xE9")});
     o.info.push_back(DecodedField{"x", FieldType::F32, std::numeric_limits<double>::quiet_NaN()});
     o.ok = false;
-    const std::string j = format_json(o);
-    EXPECT_NE(j.find("\"x\":null"), std::string::npos) << j;  // JSON has no NaN
-    EXPECT_NE(j.find("\"code_name\":\"ERR_CMD_NOT_IMPLEMENTED\""), std::string::npos) << j;
-    EXPECT_NE(j.find("say \\\"hi\\\"\\n"), std::string::npos) << j;
-    EXPECT_NE(j.find("\"ok\":false"), std::string::npos);
+    const auto j = nlohmann::json::parse(format_json(o));  // throws on invalid UTF-8 or escaping
+    EXPECT_TRUE(j["data"]["x"].is_null()) << j;
+    EXPECT_EQ(j["data"]["text"], "say \"hi\"\n");
+    EXPECT_EQ(j["data"]["manufacturer"].get<std::string>().substr(0, 4), "Robo");
+    EXPECT_EQ(j["code_name"], "ERR_CMD_NOT_IMPLEMENTED");
+    EXPECT_EQ(j["ok"], false);
     const std::string t = format_text(o);
     EXPECT_NE(t.find("Error 0x8F11 ERR_CMD_NOT_IMPLEMENTED (error)"), std::string::npos) << t;
+
+    RobotMessage m;
+    m.msg_id = 3;
+    m.severity = 28;
+    m.error_code = 0x0075;
+    m.text = "E-Stop \xB0";
+    EXPECT_EQ(nlohmann::json::parse(format_message_json(m))["code_name"], "err_pstop_estop");
 }
 
 class RunnerTest : public ::testing::Test {

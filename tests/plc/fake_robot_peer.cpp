@@ -1,13 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "fake_robot_peer.hpp"
 
+#include "srci_plc/byte_order.hpp"
+
 namespace {
 
-uint16_t be16(const std::vector<uint8_t>& v, size_t off) { return static_cast<uint16_t>((v[off] << 8) | v[off + 1]); }
-void put_be16(std::vector<uint8_t>& v, size_t off, uint16_t x) {
-    v[off] = static_cast<uint8_t>(x >> 8);
-    v[off + 1] = static_cast<uint8_t>(x);
-}
+uint16_t be16(const std::vector<uint8_t>& v, size_t off) { return srci_plc::get_u16be(&v[off]); }
+void put_be16(std::vector<uint8_t>& v, size_t off, uint16_t x) { srci_plc::put_u16be(&v[off], x); }
 
 }  // namespace
 

@@ -7,8 +7,8 @@
 #include <chrono>
 #include <memory>
 
-#include "cli_parse.hpp"
 #include "fake_robot_peer.hpp"
+#include "plc_test.hpp"
 #include "srci_plc/client.hpp"
 
 using namespace srci_plc;

@@ -10,10 +10,9 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include <chrono>
-#include <cstdio>
+#include <csignal>
 #include <cstring>
-#include <thread>
+#include <regex>
 
 using namespace pnio_sim;
 
@@ -25,37 +24,43 @@ constexpr size_t kRobotInput = 1604;
 
 uint8_t* at(PNDevShm* image, size_t offset) { return reinterpret_cast<uint8_t*>(image) + offset; }
 
+std::vector<std::string> with_no_status(std::vector<std::string> args) {
+    args.insert(args.begin(), "--no-status");
+    return args;
+}
+
 }  // namespace
 
 bool ipc_segment_exists() { return shmget(kShmKey, 0, 0) >= 0; }
 bool ipc_semaphore_exists() { return semget(kSemKey, 0, 0) >= 0; }
 
-bool remove_stale_ipc() {
-    const int shm = shmget(kShmKey, 0, 0);
-    if (shm >= 0) {
-        shmid_ds ds{};
-        if (shmctl(shm, IPC_STAT, &ds) == 0 && ds.shm_nattch != 0) return false;
-        shmctl(shm, IPC_RMID, nullptr);
-        std::fprintf(stderr, "test setup: removed stale shared memory segment key %d left by a crashed run\n", kShmKey);
-    }
-    const int sem = semget(kSemKey, 0, 0);
-    if (sem >= 0) {
-        semctl(sem, 0, IPC_RMID);
-        std::fprintf(stderr, "test setup: removed stale semaphore key %d left by a crashed run\n", kSemKey);
-    }
-    return true;
+PnioSim::PnioSim(const std::vector<std::string>& args)
+    : process_(PNIO_SIM_PATH, with_no_status(args), dir_.path(), dir_.file("pnio.out")) {
+    const std::regex listening(R"(listening on [0-9.]+:([0-9]+))");
+    std::smatch m;
+    std::string out;
+    // Ready once it says where it listens; given up on when it exits first.
+    srci_test::eventually([&] { return std::regex_search(out = output(), m, listening) || !process_.running(); },
+                          10000);
+    if (!m.empty()) port_ = static_cast<uint16_t>(std::stoi(m[1]));
+}
+
+int PnioSim::wait_exit(int timeout_ms) {
+    return process_.waitExit(timeout_ms) && process_.exitedNormally() ? process_.exitCode() : -1;
+}
+
+int PnioSim::terminate() {
+    process_.signal(SIGTERM);
+    return wait_exit(10000);
 }
 
 AdapterView::AdapterView() {
-    shm_id_ = shmget(kShmKey, kShmSize, 0);
-    if (shm_id_ < 0) return;
+    const int shm_id = shmget(kShmKey, kShmSize, 0);
+    if (shm_id < 0) return;
     shmid_ds ds{};
-    for (int i = 0; i < 500; ++i) {
-        if (shmctl(shm_id_, IPC_STAT, &ds) == 0 && ds.shm_nattch == 2) break;
-        std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    }
+    srci_test::eventually([&] { return shmctl(shm_id, IPC_STAT, &ds) == 0 && ds.shm_nattch == 2; }, 5000);
     nattch_before_ = static_cast<int>(ds.shm_nattch);
-    void* p = shmat(shm_id_, nullptr, 0);
+    void* p = shmat(shm_id, nullptr, 0);
     if (p != reinterpret_cast<void*>(-1)) image_ = static_cast<PNDevShm*>(p);
     sem_id_ = semget(kSemKey, 1, 0);
 }
@@ -100,6 +105,8 @@ PNDevShm AdapterView::snapshot() {
 
 int tcp_connect(uint16_t port) {
     const int fd = socket(AF_INET, SOCK_STREAM, 0);
+    const timeval timeout{5, 0};
+    setsockopt(fd, SOL_SOCKET, SO_RCVTIMEO, &timeout, sizeof timeout);
     sockaddr_in a{};
     a.sin_family = AF_INET;
     a.sin_port = htons(port);
@@ -115,25 +122,17 @@ bool send_bytes(int fd, const std::vector<uint8_t>& data) {
     return send(fd, data.data(), data.size(), MSG_NOSIGNAL) == static_cast<ssize_t>(data.size());
 }
 
-bool recv_exact(int fd, std::vector<uint8_t>& out, size_t n, int timeout_ms) {
-    out.assign(n, 0);
-    size_t done = 0;
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeout_ms);
-    while (done < n) {
-        const auto left =
-            std::chrono::duration_cast<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now()).count();
-        pollfd p{fd, POLLIN, 0};
-        if (left <= 0 || poll(&p, 1, static_cast<int>(left)) <= 0) return false;
-        const ssize_t r = recv(fd, out.data() + done, n - done, 0);
-        if (r <= 0) return false;
-        done += static_cast<size_t>(r);
-    }
-    return true;
+std::vector<uint8_t> receive(int fd) {
+    std::vector<uint8_t> t(kTelegramSize);
+    if (recv(fd, t.data(), t.size(), MSG_WAITALL) != static_cast<ssize_t>(t.size())) t.clear();
+    return t;
 }
 
-bool closed_by_peer(int fd, int timeout_ms) {
-    pollfd p{fd, POLLIN, 0};
-    if (poll(&p, 1, timeout_ms) <= 0) return false;
+std::vector<uint8_t> round_trip(int fd, const std::vector<uint8_t>& telegram) {
+    return send_bytes(fd, telegram) ? receive(fd) : std::vector<uint8_t>{};
+}
+
+bool closed_by_peer(int fd) {
     char c;
     return recv(fd, &c, 1, 0) == 0;
 }

@@ -7,20 +7,13 @@
 #include <cstring>
 #include <vector>
 
+#include "srci_plc/byte_order.hpp"
 #include "srci_plc/plc_telegram.hpp"
 
 namespace web_test {
 
-inline void be16(std::vector<uint8_t>& v, size_t off, uint16_t x) {
-    v[off] = static_cast<uint8_t>(x >> 8);
-    v[off + 1] = static_cast<uint8_t>(x);
-}
-
-inline void be_float(std::vector<uint8_t>& v, size_t off, float f) {
-    uint32_t u;
-    std::memcpy(&u, &f, 4);
-    for (int i = 0; i < 4; ++i) v[off + static_cast<size_t>(i)] = static_cast<uint8_t>(u >> (24 - 8 * i));
-}
+inline void be16(std::vector<uint8_t>& v, size_t off, uint16_t x) { srci_plc::put_u16be(&v[off], x); }
+inline void be_float(std::vector<uint8_t>& v, size_t off, float f) { srci_plc::put_f32be(&v[off], f); }
 
 // A command payload: CmdType, ExecMode 0, ParSeq/Priority, then body.
 inline srci_plc::Fragment command(uint16_t id, uint16_t type, uint8_t action = 0x03, uint8_t par_seq = 1,

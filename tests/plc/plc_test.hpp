@@ -1,10 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
-// The srci-plc command line as the tests feed it: argv without the program name, script lines; and the
-// text of the error a call ends with.
+// What the client tests share: the srci-plc command line as the tests feed it (argv without the
+// program name, script lines), the text of the error a call ends with, and bytes put by hand.
 #pragma once
 
 #include <gtest/gtest.h>
 
+#include <initializer_list>
 #include <string>
 #include <vector>
 
@@ -31,4 +32,9 @@ std::string error_of(F fn) {
     }
     ADD_FAILURE() << "no error";
     return "";
+}
+
+// Writes `bytes` into `v` from `off` on.
+inline void put(std::vector<uint8_t>& v, size_t off, std::initializer_list<int> bytes) {
+    for (int b : bytes) v[off++] = static_cast<uint8_t>(b);
 }
