@@ -20,10 +20,6 @@ constexpr uint32_t kErrorPendingBit = 1u << 5;
 
 class EndToEnd : public PlcSession {
 protected:
-    static CommandResult run(const char* name, const ParamValues& values = {}, WaitFor what = WaitFor::Final) {
-        return client->execute(command(name), values, what, 60000);
-    }
-
     // Runs cycles until the command is final, collecting every state it showed on the way.
     static CommandResult follow(uint16_t id, std::set<int>& states) {
         return client->wait_until(
@@ -84,20 +80,15 @@ TEST_F(EndToEnd, AbsoluteMovesReachTheirTargetsThroughBufferedActiveDone) {
     EXPECT_NEAR(field(ik, "j5"), 50, 1e-2);
     pose["vel"] = 50;
     pose["acc"] = 50;
-    states.clear();
-    ParamValues linear = pose;
-    linear["tool"] = 0;
-    linear["frame"] = 0;
-    done = follow(client->submit(command("move-linear"), linear), states);
+    pose["tool"] = 0;
+    pose["frame"] = 0;
+    done = follow(client->submit(command("move-linear"), pose), states);
     ASSERT_EQ(done.header.state, kDone) << done.header.code;
     EXPECT_NEAR(arm().act_cartpos[0], pose["x"], 0.05);
     EXPECT_NEAR(arm().act_cartpos[2], pose["z"], 0.05);
 
     run("move-axes", axes(20, 80, 10));
-    ParamValues direct = pose;
-    direct["tool"] = 0;
-    direct["frame"] = 0;
-    done = run("move-direct", direct);
+    done = run("move-direct", pose);
     ASSERT_EQ(done.header.state, kDone) << done.header.code;
     EXPECT_NEAR(arm().act_jpos[1], -10, 0.05);
 }
