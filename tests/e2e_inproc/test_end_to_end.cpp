@@ -7,6 +7,7 @@
 #include <chrono>
 #include <cmath>
 #include <set>
+#include <utility>
 #include <vector>
 
 #include "child_process.h"
@@ -43,10 +44,8 @@ TEST_F(EndToEnd, AFreshStartCreatesSrciIniAndAnswersTheDocumentedDynamics) {
     const auto def = run("read-default-dynamics");
     ASSERT_TRUE(def.ok());
     // 0.9 as rate units, and the unused -1 read back as -10000 in 16 bits.
-    EXPECT_NEAR(field(def, "vel") * 100, 9000, 1e-6);
-    EXPECT_NEAR(field(def, "acc") * 100, 9000, 1e-6);
-    EXPECT_NEAR(field(def, "dec") * 100, 55536, 1e-6);
-    EXPECT_NEAR(field(def, "jerk") * 100, 55536, 1e-6);
+    const std::pair<const char*, double> rates[] = {{"vel", 9000}, {"acc", 9000}, {"dec", 55536}, {"jerk", 55536}};
+    for (const auto& [name, rate] : rates) EXPECT_NEAR(field(def, name) * 100, rate, 1e-6) << name;
     const auto ref = run("read-dynamics");
     EXPECT_FLOAT_EQ(field(ref, "vel"), 300);
     EXPECT_FLOAT_EQ(field(ref, "acc"), 300);

@@ -67,6 +67,7 @@ TEST_F(ZLogClientTest, TagFilterTightensOnlyItsTagAndOnlyWhileEnabledAndNeverWid
     for (const auto& row : rows) {
         SCOPED_TRACE(row.what);
         log->set_lv_filter(row.global);
+        EXPECT_EQ(log->lv_filter(), row.global);
         log->set_tag_lv_filter("SRCI", row.srciLevel, row.srciEnabled);
         for (const char* tag : {"SRCI", "BUS"})
             for (int lv = ZLogLvError; lv <= ZLogLvTrace; ++lv) log->do_log(lv, tag, "f", 1, std::string("x"));
