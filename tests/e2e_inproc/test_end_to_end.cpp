@@ -7,6 +7,7 @@
 #include <chrono>
 #include <cmath>
 #include <set>
+#include <utility>
 #include <vector>
 
 #include "child_process.h"
@@ -20,10 +21,6 @@ constexpr uint32_t kErrorPendingBit = 1u << 5;
 
 class EndToEnd : public PlcSession {
 protected:
-    static CommandResult run(const char* name, const ParamValues& values = {}, WaitFor what = WaitFor::Final) {
-        return client->execute(command(name), values, what, 60000);
-    }
-
     // Runs cycles until the command is final, collecting every state it showed on the way.
     static CommandResult follow(uint16_t id, std::set<int>& states) {
         return client->wait_until(
@@ -47,10 +44,8 @@ TEST_F(EndToEnd, AFreshStartCreatesSrciIniAndAnswersTheDocumentedDynamics) {
     const auto def = run("read-default-dynamics");
     ASSERT_TRUE(def.ok());
     // 0.9 as rate units, and the unused -1 read back as -10000 in 16 bits.
-    EXPECT_NEAR(field(def, "vel") * 100, 9000, 1e-6);
-    EXPECT_NEAR(field(def, "acc") * 100, 9000, 1e-6);
-    EXPECT_NEAR(field(def, "dec") * 100, 55536, 1e-6);
-    EXPECT_NEAR(field(def, "jerk") * 100, 55536, 1e-6);
+    const std::pair<const char*, double> rates[] = {{"vel", 9000}, {"acc", 9000}, {"dec", 55536}, {"jerk", 55536}};
+    for (const auto& [name, rate] : rates) EXPECT_NEAR(field(def, name) * 100, rate, 1e-6) << name;
     const auto ref = run("read-dynamics");
     EXPECT_FLOAT_EQ(field(ref, "vel"), 300);
     EXPECT_FLOAT_EQ(field(ref, "acc"), 300);
@@ -84,20 +79,15 @@ TEST_F(EndToEnd, AbsoluteMovesReachTheirTargetsThroughBufferedActiveDone) {
     EXPECT_NEAR(field(ik, "j5"), 50, 1e-2);
     pose["vel"] = 50;
     pose["acc"] = 50;
-    states.clear();
-    ParamValues linear = pose;
-    linear["tool"] = 0;
-    linear["frame"] = 0;
-    done = follow(client->submit(command("move-linear"), linear), states);
+    pose["tool"] = 0;
+    pose["frame"] = 0;
+    done = follow(client->submit(command("move-linear"), pose), states);
     ASSERT_EQ(done.header.state, kDone) << done.header.code;
     EXPECT_NEAR(arm().act_cartpos[0], pose["x"], 0.05);
     EXPECT_NEAR(arm().act_cartpos[2], pose["z"], 0.05);
 
     run("move-axes", axes(20, 80, 10));
-    ParamValues direct = pose;
-    direct["tool"] = 0;
-    direct["frame"] = 0;
-    done = run("move-direct", direct);
+    done = run("move-direct", pose);
     ASSERT_EQ(done.header.state, kDone) << done.header.code;
     EXPECT_NEAR(arm().act_jpos[1], -10, 0.05);
 }

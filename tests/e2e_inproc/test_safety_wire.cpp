@@ -5,7 +5,6 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
-#include <map>
 #include <string>
 #include <utility>
 #include <vector>
@@ -24,28 +23,8 @@ protected:
         ASSERT_TRUE(client->wait(id, WaitFor::Enabled, 60000).enabled);
     }
 
-    static CommandResult run(const char* name, const ParamValues& values = {}) {
-        collect();
-        return client->execute(command(name), values, WaitFor::Final, 60000);
-    }
-    // Final answers that arrived while the test waited for something else, by CmdID.
-    static void collect() {
-        for (auto& r : client->take_completed()) finished[r.cmd_id] = r;
-    }
-    static CommandResult finalOf(uint16_t id) {
-        collect();
-        const auto it = finished.find(id);
-        if (it == finished.end()) return client->wait(id, WaitFor::Final, 60000);
-        const CommandResult r = it->second;
-        finished.erase(it);
-        return r;
-    }
     static void reset() { ASSERT_TRUE(run("reset").ok()); }
-
-    static std::map<uint16_t, CommandResult> finished;
 };
-
-std::map<uint16_t, CommandResult> SafetyWire::finished;
 
 TEST_F(SafetyWire, AbortingExecutionModesNeverLeaveAFinalMoveRunning) {
     const struct {

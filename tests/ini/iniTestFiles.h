@@ -1,32 +1,20 @@
 // SPDX-License-Identifier: Apache-2.0
-// A private scratch directory per test and byte-exact file helpers.
+// A private scratch directory per test (the shared test support's), byte-exact file helpers, and
+// a disk storage that is watched at every step of a replacement.
 #pragma once
 
 #include <fcntl.h>
+#include <signal.h>
 #include <sys/stat.h>
-#include <cstdlib>
+
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <string>
 
-class IniScratchDir {
-public:
-    IniScratchDir() {
-        std::string pattern = (std::filesystem::temp_directory_path() / "srci-ini-XXXXXX").string();
-        dir_ = ::mkdtemp(pattern.data()) != nullptr ? pattern : std::string();
-    }
-    ~IniScratchDir() { std::filesystem::remove_all(dir_); }
-    std::string file(const std::string& name) const { return dir_ + "/" + name; }
+#include "INI/iniStorage.h"
+#include "child_process.h"
 
-private:
-    std::string dir_;
-};
-
-inline std::string readBytes(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-}
+using srci_test::readFile;
 
 inline void writeBytes(const std::string& path, const std::string& bytes) {
     std::ofstream(path, std::ios::binary | std::ios::trunc) << bytes;
@@ -43,3 +31,23 @@ inline void backdate(const std::string& path) {
     const struct timespec times[2] = {{946684800, 0}, {946684800, 0}};
     ::utimensat(AT_FDCWD, path.c_str(), times, 0);
 }
+
+// Counts replacements and file syncs; optionally kills the process at the n-th step.
+class WatchedDisk : public DiskIniStorage {
+public:
+    explicit WatchedDisk(int killAtStep = -1) : killAt_(killAtStep) { setIniStorage(this); }
+    ~WatchedDisk() override { setIniStorage(nullptr); }
+    int replacements = 0;
+    int fileSyncs = 0;
+
+protected:
+    void beforeStep(IniStep step) override {
+        if (steps_++ == killAt_) ::raise(SIGKILL);
+        replacements += step == IniStep::removeStale ? 1 : 0;
+        fileSyncs += step == IniStep::syncFile ? 1 : 0;
+    }
+
+private:
+    int killAt_;
+    int steps_ = 0;
+};

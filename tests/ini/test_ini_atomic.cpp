@@ -2,7 +2,6 @@
 // srci.ini survives a crash at any moment of a write, each record is written whole in one
 // replacement of the file, and a planted temporary file is never followed.
 #include <gtest/gtest.h>
-#include <signal.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -11,30 +10,9 @@
 #include <set>
 
 #include "INI/iniHandler.h"
-#include "INI/iniStorage.h"
 #include "iniTestFiles.h"
 
 namespace {
-
-// Counts replacements and file syncs; optionally kills the process at the n-th step.
-class WatchedDisk : public DiskIniStorage {
-public:
-    explicit WatchedDisk(int killAtStep = -1) : killAt_(killAtStep) { setIniStorage(this); }
-    ~WatchedDisk() override { setIniStorage(nullptr); }
-    int replacements = 0;
-    int fileSyncs = 0;
-
-protected:
-    void beforeStep(IniStep step) override {
-        if (steps_++ == killAt_) ::raise(SIGKILL);
-        replacements += step == IniStep::removeStale ? 1 : 0;
-        fileSyncs += step == IniStep::syncFile ? 1 : 0;
-    }
-
-private:
-    int killAt_;
-    int steps_ = 0;
-};
 
 IniRecord toolRecord(double base) {
     IniRecord tool("tool3");
@@ -49,7 +27,7 @@ std::string putKeyByKey(const std::string& path, const IniRecord& record) {
     INI ini(path);
     for (std::size_t i = 0; i < record.keys().size(); ++i)
         EXPECT_TRUE(ini.put(record.section(), record.keys()[i], record.values()[i]));
-    return readBytes(path);
+    return readFile(path);
 }
 
 std::map<std::string, std::string> sectionValues(const std::string& path, const IniRecord& like) {
@@ -96,7 +74,7 @@ TEST(IniAtomic, RecordIsOneReplacementWithTheBytesOfKeyByKeyWrites) {
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
-        IniScratchDir dir;
+        srci_test::TempDir dir;
         const std::string oneByOne = dir.file("keys.ini"), record = dir.file("srci.ini");
         if (!c.before.empty()) {
             writeBytes(oneByOne, c.before);
@@ -106,7 +84,7 @@ TEST(IniAtomic, RecordIsOneReplacementWithTheBytesOfKeyByKeyWrites) {
 
         WatchedDisk disk;
         ASSERT_TRUE(INI(record).put(c.record));
-        EXPECT_EQ(readBytes(record), expected);
+        EXPECT_EQ(readFile(record), expected);
         EXPECT_EQ(disk.replacements, c.replacements);
         EXPECT_EQ(disk.fileSyncs, c.replacements);
         EXPECT_FALSE(std::filesystem::exists(dir.file("srci.in~")));
@@ -114,11 +92,11 @@ TEST(IniAtomic, RecordIsOneReplacementWithTheBytesOfKeyByKeyWrites) {
 }
 
 TEST(IniAtomic, RecordWithAnUnwritableKeyWritesNothing) {
-    IniScratchDir dir;
+    srci_test::TempDir dir;
     writeBytes(dir.file("srci.ini"), kStoreFile);
     WatchedDisk disk;
     EXPECT_FALSE(INI(dir.file("srci.ini")).put(IniRecord("tool3").add("x", 9.0).add("a=b", 1)));
-    EXPECT_EQ(readBytes(dir.file("srci.ini")), kStoreFile);
+    EXPECT_EQ(readFile(dir.file("srci.ini")), kStoreFile);
     EXPECT_EQ(disk.replacements, 0);
 }
 
@@ -126,7 +104,7 @@ TEST(IniAtomic, RecordWithAnUnwritableKeyWritesNothing) {
 // file is there, parses, every other section is untouched, and tool3 is wholly old or wholly
 // new. The stale temporary file a crash leaves must not stop the next write.
 TEST(IniAtomic, KilledAtEveryStepOfAToolWriteLeavesEachRecordWhole) {
-    IniScratchDir dir;
+    srci_test::TempDir dir;
     const std::string path = dir.file("srci.ini");
     writeBytes(path, kStoreFile);
     const IniRecord oldTool = toolRecord(-0.25);  // the tool3 of kStoreFile
@@ -151,7 +129,7 @@ TEST(IniAtomic, KilledAtEveryStepOfAToolWriteLeavesEachRecordWhole) {
         }
 
         ASSERT_TRUE(std::filesystem::is_regular_file(path)) << "srci.ini must never be missing";
-        const std::string bytes = readBytes(path);
+        const std::string bytes = readFile(path);
         EXPECT_NE(bytes.find(untouched), std::string::npos);
         EXPECT_EQ(INI(path).getDouble("refDyn", "vel"), 300.0);
         const auto now = sectionValues(path, oldTool);
@@ -161,7 +139,7 @@ TEST(IniAtomic, KilledAtEveryStepOfAToolWriteLeavesEachRecordWhole) {
 
         // Back to the old record for the next round, over whatever temporary file was left.
         ASSERT_TRUE(INI(path).put(oldTool));
-        ASSERT_EQ(readBytes(path), kStoreFile);
+        ASSERT_EQ(readFile(path), kStoreFile);
     }
     EXPECT_TRUE(completed);
     EXPECT_EQ(outcomes, (std::set<std::string>{"old", "new"})) << "a kill after the rename keeps the new record";
@@ -174,7 +152,7 @@ TEST(IniAtomic, PlantedTemporaryLinkIsNeverFollowed) {
     };
     for (const Case c : {Case{"link to a file", true}, Case{"dangling link", false}}) {
         SCOPED_TRACE(c.name);
-        IniScratchDir dir;
+        srci_test::TempDir dir;
         const std::string path = dir.file("srci.ini"), victim = dir.file("victim");
         writeBytes(path, kStoreFile);
         if (c.targetExists) writeBytes(victim, "keep me\n");
@@ -183,7 +161,7 @@ TEST(IniAtomic, PlantedTemporaryLinkIsNeverFollowed) {
         ASSERT_TRUE(INI(path).put(toolRecord(5)));
         EXPECT_EQ(std::filesystem::exists(victim), c.targetExists);
         if (c.targetExists) {
-            EXPECT_EQ(readBytes(victim), "keep me\n");
+            EXPECT_EQ(readFile(victim), "keep me\n");
         }
         EXPECT_FALSE(std::filesystem::is_symlink(path));
         EXPECT_EQ(sectionValues(path, toolRecord(5)), valuesOf(toolRecord(5)));

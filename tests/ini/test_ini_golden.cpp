@@ -9,7 +9,7 @@
 namespace {
 
 TEST(IniGolden, SequenceOfPutsOnAFreshFile) {
-    IniScratchDir dir;
+    srci_test::TempDir dir;
     INI ini(dir.file("srci.ini"));
 
     // Created with its section line and the key line.
@@ -50,7 +50,7 @@ TEST(IniGolden, SequenceOfPutsOnAFreshFile) {
         "pad=\"x \"\n"
         "[refDyn]\n"
         "vel=0.100000\n";
-    EXPECT_EQ(readBytes(ini.path()), expected);
+    EXPECT_EQ(readFile(ini.path()), expected);
     // Sections and keys enumerate in file order and end with "".
     const minIni raw(ini.path());
     EXPECT_EQ(raw.getsection(2), "refDyn");
@@ -60,7 +60,7 @@ TEST(IniGolden, SequenceOfPutsOnAFreshFile) {
 }
 
 TEST(IniGolden, EditsOfAHandWrittenFileKeepItsLayout) {
-    IniScratchDir dir;
+    srci_test::TempDir dir;
     const std::string path = dir.file("srci.ini");
     writeBytes(path,
                "; robot parameters\n"
@@ -82,7 +82,7 @@ TEST(IniGolden, EditsOfAHandWrittenFileKeepItsLayout) {
     // The part before the first section line, behind its comment.
     ASSERT_TRUE(ini.put("", "version", "2"));
 
-    EXPECT_EQ(readBytes(path),
+    EXPECT_EQ(readFile(path),
               "; robot parameters\n"
               "version=2\n"
               "[tool1]\n"

@@ -22,7 +22,7 @@ protected:
         return 0;
     }
 
-    IniScratchDir dir;
+    srci_test::TempDir dir;
     std::string path = dir.file("srci.ini");
     INI ini{path};
     minIni raw{path};
@@ -32,8 +32,7 @@ TEST_F(IniReading, DoublesKeepFloatPrecisionAndSixDecimals) {
     ASSERT_TRUE(ini.put("refDyn", "vel", 0.1));
     ASSERT_TRUE(ini.put("refDyn", "acc", 0.0000004));
     EXPECT_EQ(raw.gets("refDyn", "vel"), "0.100000");
-    EXPECT_EQ(ini.getDouble("refDyn", "vel"), static_cast<double>(0.1f));
-    EXPECT_NEAR(ini.getDouble("refDyn", "vel"), 0.100000001490116, 1e-15);
+    EXPECT_EQ(ini.getDouble("refDyn", "vel"), static_cast<double>(0.1f));  // 0.100000001490116...
     EXPECT_EQ(raw.gets("refDyn", "acc"), "0.000000");
 }
 

@@ -14,7 +14,7 @@ using namespace std::string_literals;
 
 class IniRobustness : public ::testing::Test {
 protected:
-    IniScratchDir dir;
+    srci_test::TempDir dir;
     std::string path = dir.file("srci.ini");
     minIni ini{path};
 };
@@ -29,7 +29,7 @@ TEST_F(IniRobustness, BinaryGarbageGivesDefaultsAndIsCopiedAsItWas) {
 
     ASSERT_TRUE(ini.put("tool1", "x", 1.5));
     EXPECT_FLOAT_EQ(ini.getf("tool1", "x"), 1.5f);
-    EXPECT_EQ(readBytes(path).compare(0, garbage.size(), garbage), 0);
+    EXPECT_EQ(readFile(path).compare(0, garbage.size(), garbage), 0);
 }
 
 TEST_F(IniRobustness, OverlongLinesAreCutForReadingButCopiedWhole) {
@@ -40,7 +40,7 @@ TEST_F(IniRobustness, OverlongLinesAreCutForReadingButCopiedWhole) {
     EXPECT_EQ(ini.getkey("s", 2), "");
 
     ASSERT_TRUE(ini.put("s", "new", "x") && ini.put("s", "after", "22"));
-    EXPECT_EQ(readBytes(path), "[s]\n" + longLine + "after=22\nnew=x\n");
+    EXPECT_EQ(readFile(path), "[s]\n" + longLine + "after=22\nnew=x\n");
 
     // A key behind the cut is out of reach for reads and writes alike.
     writeBytes(path, "[s]\n" + std::string(600, ' ') + "k=1\n");
@@ -67,7 +67,7 @@ TEST_F(IniRobustness, NulBytesEndTheReadablePartOfALine) {
     EXPECT_EQ(ini.gets("s", "k"), "ab");
     EXPECT_FALSE(ini.haskey("s", "x"));
     ASSERT_TRUE(ini.put("s", "y", "33"));
-    EXPECT_EQ(readBytes(path), "[s]\nk=ab\0cd\n\0x=1\ny=33\n"s);
+    EXPECT_EQ(readFile(path), "[s]\nk=ab\0cd\n\0x=1\ny=33\n"s);
 }
 
 TEST_F(IniRobustness, TruncatedFilesStillReadAndAreRepairedByWrites) {
@@ -82,7 +82,7 @@ TEST_F(IniRobustness, TruncatedFilesStillReadAndAreRepairedByWrites) {
         writeBytes(path, c.damaged);
         EXPECT_EQ(ini.gets("tool1", "x", "none"), c.x);
         ASSERT_TRUE(ini.put("tool1", "y", 2));
-        EXPECT_EQ(readBytes(path), c.repaired);
+        EXPECT_EQ(readFile(path), c.repaired);
     }
 }
 

@@ -38,16 +38,6 @@ public:
     int replacements = 0;
 };
 
-class CountingDisk : public DiskIniStorage {
-public:
-    CountingDisk() { setIniStorage(this); }
-    ~CountingDisk() override { setIniStorage(nullptr); }
-    int replacements = 0;
-
-protected:
-    void beforeStep(IniStep step) override { replacements += step == IniStep::removeStale ? 1 : 0; }
-};
-
 // Every reader's answer for a few names, then three writes that change, add and leave a key
 // as it is, each followed by the reads that show it. Which storage holds the file must not show.
 std::string transcript(const std::string& path) {
@@ -97,15 +87,15 @@ TEST(IniStorage, HeldTextReadsAndWritesAsTheSameBytesOnDisk) {
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
-        IniScratchDir dir;
+        srci_test::TempDir dir;
         const std::string onDisk = dir.file("srci.ini");
         writeBytes(onDisk, c.text);
         std::string diskTranscript, diskBytes;
         int diskReplacements = 0;
         {
-            CountingDisk disk;
+            WatchedDisk disk;
             diskTranscript = transcript(onDisk);
-            diskBytes = readBytes(onDisk);
+            diskBytes = readFile(onDisk);
             diskReplacements = disk.replacements;
         }
         HeldFiles held;

@@ -90,12 +90,11 @@ TEST_F(KilledWriter, EveryKillLeavesTheFileWholeAndEveryRestartComesUp) {
     const unsigned seed = static_cast<unsigned>(std::random_device{}());
     std::printf("%d kills, seed %u\n", rounds, seed);
     std::mt19937 rng(seed);
-    int serial = 0, lost = 0, failedRestarts = 0, acknowledged = 0;
+    int serial = 0, acknowledged = 0;
 
     for (int round = 0; round < rounds; ++round) {
         if (round % 10 == 0) std::printf("kill %d of %d, %d writes acknowledged so far\n", round, rounds, acknowledged);
         if (!startServer()) {
-            ++failedRestarts;
             ADD_FAILURE() << "restart " << round << " did not come up: " << readFile(dir.file("out.txt"));
             break;
         }
@@ -133,11 +132,10 @@ TEST_F(KilledWriter, EveryKillLeavesTheFileWholeAndEveryRestartComesUp) {
         client.reset();
         server->kill();
         checkFile(round);
-        lost += std::filesystem::exists(dir.file("srci.ini")) ? 0 : 1;
         if (HasFatalFailure()) break;
     }
-    std::printf("%d kills, %d writes acknowledged, %d lost files, %d failed restarts\n", rounds, acknowledged, lost,
-                failedRestarts);
+    // A lost file or a failed restart has already failed the test with its own message.
+    std::printf("%d kills, %d writes acknowledged\n", rounds, acknowledged);
     EXPECT_GT(acknowledged, rounds) << "the writer never got going";
     // A last start reads everything back.
     ASSERT_TRUE(startServer());

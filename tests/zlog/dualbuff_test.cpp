@@ -7,9 +7,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <memory>
 #include <string>
-#include <vector>
 
 #include "dualbuff_layout.h"
 #include "qxutil/dualbuff.h"
@@ -20,14 +18,17 @@ namespace {
 using qxutil::DUAL_BUFF_MAX_SIZE;
 using qxutil::DualBuffReader;
 using qxutil::DualBuffWriter;
+using zlog_test::drain;
 
 constexpr const char* CHANNEL = "dbtest";
 
-std::string drainOnce(DualBuffReader& reader) {
-    std::vector<char> buf(DUAL_BUFF_MAX_SIZE);
-    int n = reader.read(buf.data());
-    return std::string(buf.data(), static_cast<size_t>(n));
-}
+// A channel of its own with one writer and one reader attached.
+class DualBuff : public testing::Test {
+protected:
+    zlog_test::ShmScope scope{CHANNEL};
+    DualBuffWriter writer{CHANNEL};
+    DualBuffReader reader{CHANNEL};
+};
 
 // Maps the channel's raw segment, as another (possibly misbehaving) process would.
 class RawSegment {
@@ -60,26 +61,20 @@ void createForeignObject(const char* name, size_t size, uint32_t state, uint32_t
     close(fd);
 }
 
-TEST(DualBuff, RecordsComeOutWholeInOrderAndEmptyReadsReturnZero) {
-    zlog_test::ShmScope scope{CHANNEL};
-    DualBuffWriter writer(CHANNEL);
-    DualBuffReader reader(CHANNEL);
+TEST_F(DualBuff, RecordsComeOutWholeInOrderAndEmptyReadsReturnZero) {
     ASSERT_TRUE(writer.attached());
-    EXPECT_EQ(drainOnce(reader), "");
+    EXPECT_EQ(drain(reader), "");
     EXPECT_EQ(writer.write("first\n", 6), 0);
     EXPECT_EQ(writer.write("second\n", 7), 0);
-    EXPECT_EQ(drainOnce(reader), "first\nsecond\n");
-    EXPECT_EQ(drainOnce(reader), "");
+    EXPECT_EQ(drain(reader), "first\nsecond\n");
+    EXPECT_EQ(drain(reader), "");
     // After the swap writers go on in the other half; nothing is lost or repeated.
     EXPECT_EQ(writer.write("third\n", 6), 0);
-    EXPECT_EQ(drainOnce(reader), "third\n");
+    EXPECT_EQ(drain(reader), "third\n");
     EXPECT_EQ(writer.dropped(), 0u);
 }
 
-TEST(DualBuff, FullHalfDropsWholeRecordsAndCountsThemAndOneRecordFitsAHalf) {
-    zlog_test::ShmScope scope{CHANNEL};
-    DualBuffWriter writer(CHANNEL);
-    DualBuffReader reader(CHANNEL);
+TEST_F(DualBuff, FullHalfDropsWholeRecordsAndCountsThemAndOneRecordFitsAHalf) {
     const std::string record(1000, 'r');
     size_t accepted = 0;
     while (writer.write(record.data(), record.size()) == 0) {
@@ -93,7 +88,7 @@ TEST(DualBuff, FullHalfDropsWholeRecordsAndCountsThemAndOneRecordFitsAHalf) {
     EXPECT_EQ(writer.write("x", 1), -1);
     EXPECT_EQ(writer.dropped(), 2u);
 
-    std::string all = drainOnce(reader);
+    std::string all = drain(reader);  // one read takes everything pending, here a whole half
     ASSERT_EQ(all.size(), DUAL_BUFF_MAX_SIZE);
     EXPECT_EQ(all.substr(all.size() - tail.size()), tail);
     EXPECT_EQ(all.find('x'), std::string::npos);
@@ -103,53 +98,31 @@ TEST(DualBuff, FullHalfDropsWholeRecordsAndCountsThemAndOneRecordFitsAHalf) {
     EXPECT_EQ(writer.write(huge.data(), huge.size()), -1);
     EXPECT_EQ(writer.dropped(), 3u);
     EXPECT_EQ(writer.write(huge.data(), DUAL_BUFF_MAX_SIZE), 0);
-    EXPECT_EQ(drainOnce(reader).size(), DUAL_BUFF_MAX_SIZE);
+    EXPECT_EQ(drain(reader).size(), DUAL_BUFF_MAX_SIZE);
 }
 
-TEST(DualBuff, OneReadTakesEverythingPending) {
-    zlog_test::ShmScope scope{CHANNEL};
-    DualBuffWriter writer(CHANNEL);
-    DualBuffReader reader(CHANNEL);
-    std::string expected;
-    for (int i = 0; i < 20000; ++i) {
-        std::string rec = "record " + std::to_string(i) + "\n";
-        ASSERT_EQ(writer.write(rec.data(), rec.size()), 0);
-        expected += rec;
-    }
-    EXPECT_EQ(drainOnce(reader), expected);
-}
-
-TEST(DualBuff, ScopesSeparateChannelsOfTheSameName) {
-    zlog_test::ShmScope scopeA{CHANNEL};
-    DualBuffWriter writerA(CHANNEL);
-    DualBuffReader readerA(CHANNEL);
+TEST_F(DualBuff, ScopesSeparateChannelsOfTheSameName) {
     {
-        zlog_test::ShmScope scopeB{CHANNEL};
-        DualBuffWriter writerB(CHANNEL);
-        DualBuffReader readerB(CHANNEL);
-        writerB.write("b", 1);
-        EXPECT_EQ(drainOnce(readerB), "b");
+        zlog_test::ShmScope other{CHANNEL};
+        DualBuffWriter otherWriter(CHANNEL);
+        DualBuffReader otherReader(CHANNEL);
+        otherWriter.write("b", 1);
+        EXPECT_EQ(drain(otherReader), "b");
     }
-    writerA.write("a", 1);
-    EXPECT_EQ(drainOnce(readerA), "a");
+    writer.write("a", 1);
+    EXPECT_EQ(drain(reader), "a");
 }
 
-TEST(DualBuff, ReaderReturnsAtOnceWhileAnotherReaderDrains) {
-    zlog_test::ShmScope scope{CHANNEL};
-    DualBuffWriter writer(CHANNEL);
-    DualBuffReader reader(CHANNEL);
+TEST_F(DualBuff, ReaderReturnsAtOnceWhileAnotherReaderDrains) {
     RawSegment raw(CHANNEL);
     writer.write("pending", 7);
     ASSERT_EQ(pthread_mutex_lock(&raw.header()->drain_lock), 0);
-    EXPECT_EQ(drainOnce(reader), "");
+    EXPECT_EQ(drain(reader), "");
     pthread_mutex_unlock(&raw.header()->drain_lock);
-    EXPECT_EQ(drainOnce(reader), "pending");
+    EXPECT_EQ(drain(reader), "pending");
 }
 
-TEST(DualBuff, WriterDyingWhileHoldingTheLockDoesNotWedgeTheChannel) {
-    zlog_test::ShmScope scope{CHANNEL};
-    DualBuffWriter writer(CHANNEL);
-    DualBuffReader reader(CHANNEL);
+TEST_F(DualBuff, WriterDyingWhileHoldingTheLockDoesNotWedgeTheChannel) {
     writer.write("before\n", 7);
     pid_t child = fork();
     ASSERT_GE(child, 0);
@@ -161,20 +134,17 @@ TEST(DualBuff, WriterDyingWhileHoldingTheLockDoesNotWedgeTheChannel) {
     int status = 0;
     ASSERT_EQ(waitpid(child, &status, 0), child);
     EXPECT_EQ(writer.write("after\n", 6), 0);
-    EXPECT_EQ(drainOnce(reader), "before\nafter\n");
+    EXPECT_EQ(drain(reader), "before\nafter\n");
 }
 
-TEST(DualBuff, HalfOfAReaderThatDiedMidCopyIsHandedOutAgain) {
-    zlog_test::ShmScope scope{CHANNEL};
-    DualBuffWriter writer(CHANNEL);
-    DualBuffReader reader(CHANNEL);
+TEST_F(DualBuff, HalfOfAReaderThatDiedMidCopyIsHandedOutAgain) {
     RawSegment raw(CHANNEL);
     writer.write("old\n", 4);
     raw.header()->active = 1;  // what a reader leaves behind after the swap, before clearing
     writer.write("new\n", 4);
-    EXPECT_EQ(drainOnce(reader), "old\n");
-    EXPECT_EQ(drainOnce(reader), "new\n");
-    EXPECT_EQ(drainOnce(reader), "");
+    EXPECT_EQ(drain(reader), "old\n");
+    EXPECT_EQ(drain(reader), "new\n");
+    EXPECT_EQ(drain(reader), "");
 }
 
 TEST(DualBuffForeignSegment, WrongSizeOrMagicIsRejectedWithoutTouchingIt) {
@@ -190,7 +160,7 @@ TEST(DualBuffForeignSegment, WrongSizeOrMagicIsRejectedWithoutTouchingIt) {
         DualBuffReader reader(CHANNEL);
         DualBuffWriter writer(CHANNEL);
         EXPECT_FALSE(reader.attached());
-        EXPECT_EQ(drainOnce(reader), "");
+        EXPECT_EQ(drain(reader), "");
         EXPECT_EQ(writer.write("x", 1), -1);
         EXPECT_EQ(writer.dropped(), 1u);
         RawSegment raw(CHANNEL);
@@ -221,9 +191,9 @@ TEST(DualBuffForeignSegment, ScribbledBookkeepingIsDiscardedAndTheChannelRecover
         writer.write("lost", 4);
         row.scribble(raw.header());
         EXPECT_EQ(writer.write("refused", 7), -1);
-        EXPECT_EQ(drainOnce(reader), "");
+        EXPECT_EQ(drain(reader), "");
         EXPECT_EQ(writer.write("fine", 4), 0);
-        EXPECT_EQ(drainOnce(reader), "fine");
+        EXPECT_EQ(drain(reader), "fine");
     }
 }
 

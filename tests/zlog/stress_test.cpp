@@ -100,8 +100,8 @@ TEST(LogStress, ThreadsAndASecondProcessLoseNothingUnreported) {
     const char* channel = "stress";
     zlog_test::ShmScope scope{channel};
     zlog_test::TempDir dir;
-    const std::string live = (dir.path() / "stress.log").string();
-    const fs::path childResult = dir.path() / "child-dropped";
+    const std::string live = dir.file("stress.log");
+    const std::string childResult = dir.file("child-dropped");
     // The second process is forked while this one has no other thread, attaches on its own and
     // starts writing when told to, alongside the threads below.
     int go[2];

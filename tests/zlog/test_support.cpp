@@ -5,11 +5,7 @@
 #include <unistd.h>
 
 #include <atomic>
-#include <cstdlib>
-#include <fstream>
 #include <sstream>
-
-#include "qxutil/dualbuff.h"
 
 namespace zlog_test {
 
@@ -27,26 +23,10 @@ ShmScope::~ShmScope() {
     qxutil::setShmScope("");
 }
 
-TempDir::TempDir() {
-    std::string pattern = (std::filesystem::temp_directory_path() / "zlogtest.XXXXXX").string();
-    if (mkdtemp(pattern.data()) == nullptr) throw std::runtime_error("mkdtemp failed");
-    path_ = pattern;
-}
-
-TempDir::~TempDir() {
-    std::error_code ec;
-    std::filesystem::remove_all(path_, ec);
-}
-
-std::string readFile(const std::filesystem::path& path) {
-    std::ifstream in(path, std::ios::binary);
-    std::ostringstream out;
-    out << in.rdbuf();
-    return out.str();
-}
-
-void writeFile(const std::filesystem::path& path, const std::string& content) {
-    std::ofstream(path, std::ios::binary) << content;
+std::string drain(qxutil::DualBuffReader& reader) {
+    std::vector<char> buf(qxutil::DUAL_BUFF_MAX_SIZE);
+    const int n = reader.read(buf.data());
+    return std::string(buf.data(), static_cast<size_t>(n));
 }
 
 std::vector<std::string> splitLines(const std::string& text) {
