@@ -135,8 +135,7 @@ void commands_tick() {
     if (fn != nullptr) {
         LRob_typeServerCmdEnableRobot record;
         std::memcpy(&record, c.enable_record, sizeof record);
-        const LiveKinds live = commands_live_kinds();
-        refresh_system_state(x.cyc, x.tsm.state, sequence_state(live), live.motion);
+        update_system_state();
         unsigned short result = 0;
         const bool new_cmd = c.enable_new_cmd;
         try {

@@ -46,8 +46,9 @@ struct Context {
 extern Context g_context;
 inline Context& ctx() { return g_context; }
 uint64_t now_ms();
-SequenceState sequence_state(const LiveKinds& live);
 SequenceState sequence_state();
+// Brings the system state record the handlers see up to the register as it stands now.
+void update_system_state();
 // Client lifesign timeout before ExchangeConfiguration brings the client's value.
 uint16_t default_lifesign_timeout();
 

@@ -145,12 +145,23 @@ void run_cycle(const uint8_t* recv, uint8_t* send) {
 
 uint64_t now_ms() { return g_context.clock != nullptr ? g_context.clock() : monotonic_ms(); }
 
+namespace {
+
 SequenceState sequence_state(const LiveKinds& live) {
     if (g_context.cyc.sequence_interrupted) return SequenceState::Interrupted;
     return live.motion || live.jog_running ? SequenceState::Executing : SequenceState::Idle;
 }
 
+}  // namespace
+
 SequenceState sequence_state() { return sequence_state(commands_live_kinds()); }
+
+// One scan of the register answers both what the sequence does and whether a motion is live.
+void update_system_state() {
+    Context& x = g_context;
+    const LiveKinds live = commands_live_kinds();
+    refresh_system_state(x.cyc, x.tsm.state, sequence_state(live), live.motion);
+}
 
 uint16_t default_lifesign_timeout() {
     const Context& x = g_context;
@@ -273,10 +284,8 @@ void srl_set_sync_item_parameters(int itemType, int index, unsigned char*) { srl
 
 void srl_get_system_state(LRob_typeSystemState* state) {
     if (state == nullptr) return;
-    srl::Context& x = ctx();
-    const srl::LiveKinds live = srl::commands_live_kinds();
-    srl::refresh_system_state(x.cyc, x.tsm.state, srl::sequence_state(live), live.motion);
-    *state = x.cyc.system;
+    srl::update_system_state();
+    *state = ctx().cyc.system;
 }
 
 // ---------------------------------------------------------------- motion reports

@@ -194,15 +194,19 @@ TEST_F(Commands, ResetOfARunningCmdIdForgetsTheOldCommand) {
 }
 
 TEST_F(Commands, GroupInterruptAndContinueDriveTheSequenceState) {
+    LRob_typeSystemState s{};
+    const auto& sequence = s.taskManager.sequencing.sequence;
+    srl_get_system_state(&s);
+    EXPECT_EQ(sequence.activeCMD[sequence.activeSequence], 0);  // nothing in the register
     plc.cycle({command(3, move_axes())});
     set_moving(true);
     plc.cycle({command(4, payload(2002))});
     srl_set_robot_motion_state_1(rid_of("move_axes"), 2, 0, 0);
     set_moving(false);
     ASSERT_EQ(wait_for(plc, 4, 10).state(), 10);
-    LRob_typeSystemState s{};
     srl_get_system_state(&s);
     EXPECT_EQ(s.state.rcSequenceState, 93);
+    EXPECT_EQ(sequence.activeCMD[sequence.activeSequence], 1);  // the interrupted move: Continue may resume it
     EXPECT_EQ(s.state.riState, 'G');
     EXPECT_EQ(s.state.telegramState, 255);
     EXPECT_EQ(plc.cycle().status() & 0x302u, 0x202u);  // paused, sequence interrupted
