@@ -193,6 +193,9 @@ void readEverything(const std::string& path, const std::vector<std::string>& sec
             expect(typed.getBool(section, key) == flag && ini.getbool(section, key) == flag);
             expect(typed.getStr(section, key) == record.getStr(key));
         }
+        // A missing key answers by throwing, which costs more under the sanitizer than a whole
+        // scan: one section per input walks that path.
+        if (&section != &sections.front()) continue;
         try {
             (void)record.getStr("x");
         } catch (int) {
@@ -256,12 +259,11 @@ void writeAndCheck(const std::string& path, const std::vector<std::string>& sect
         expect(ini.getf("fuzzSection", "v") == 2.5f);
         changed.insert({"fuzzsection", "v"});
     }
+    // Every other key must still read as before, after the writes and after the delete. One
+    // snapshot at the end checks both: a write that broke another key leaves it broken, as no
+    // later step writes that key. Snapshots are a third of a run.
+    if (ini.del(section, key)) changed.insert({lowered(section), lowered(key)});
     expectOnlyChanged(before, snapshot(path, sections), changed);
-
-    if (ini.del(section, key)) {
-        changed.insert({lowered(section), lowered(key)});
-        expectOnlyChanged(before, snapshot(path, sections), changed);
-    }
     (void)ini.del(section);
 }
 
