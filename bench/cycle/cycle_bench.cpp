@@ -330,7 +330,7 @@ int runAll(const Options& o, const std::string& self) {
 
         const double idle = std::max(o.phaseSeconds, o.cpuSeconds);
         progress("(a) idle link, CPU per thread", idle);
-        const auto srvA = threadCpuSeconds(s.server), pnioA = threadCpuSeconds(s.pnio);
+        const auto srvA = threadCpuSeconds(s.server), pnioA = threadCpuSeconds(s.pnio), baseA = threadCpuSeconds(base);
         const double clientA = ownThreadCpuSeconds();
         uint64_t from = monotonicNs();
         c->run_for(static_cast<int>(idle * 1000));
@@ -341,6 +341,12 @@ int runAll(const Options& o, const std::string& self) {
         rep.cpu.push_back(
             {"PLC client", "holding the link (library, 4 ms)", 100.0 * (ownThreadCpuSeconds() - clientA) / took});
         rep.cpuSeconds = took;
+        double baseSeconds = 0;
+        for (const auto& [thread, end] : threadCpuSeconds(base)) {
+            const auto start = baseA.find(thread);
+            baseSeconds += end - (start == baseA.end() ? 0 : start->second);
+        }
+        rep.baselineCpuPercent = 100.0 * baseSeconds / took;
 
         progress("(b) back-to-back moves", o.phaseSeconds);
         from = monotonicNs();

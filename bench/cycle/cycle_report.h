@@ -34,6 +34,7 @@ struct Report {
     std::vector<CycleRecord> adapter, baseline;
     std::vector<ThreadCpu> cpu;
     double cpuSeconds = 0;
+    double baselineCpuPercent = -1;           // the bare 4 ms loop over the same window; below 0: not taken
     std::vector<double> latencyMs;            // answers read as soon as they come
     std::vector<double> latencyNextPeriodMs;  // answers read at the client's next period
     long rssStartKiB = -1, rssEndKiB = -1;
