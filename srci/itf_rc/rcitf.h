@@ -8,6 +8,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 
 #include "itf_rc/srci_records.h"
@@ -67,6 +68,13 @@ public:
     POSE getUsrFrame(int id);
     void setTool(unsigned char id, POSE pose);
     void setUsrFrame(unsigned char id, POSE pose);
+    // The same, with work that sends nothing to the controller (the store's file write) done
+    // during the pause that follows the change: the controller still gets the whole pause before
+    // the next command, and the caller waits for the longer of the two rather than their sum.
+    // Work that throws ends the pause first, then the exception goes on.
+    using DuringPause = std::function<void()>;
+    void setTool(unsigned char id, POSE pose, const DuringPause& work);
+    void setUsrFrame(unsigned char id, POSE pose, const DuringPause& work);
     void setToolId(int id);
     void setUsrFrameId(int id);
     void setLoad(LoadData load);

@@ -3,6 +3,8 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <chrono>
+#include <exception>
 
 #include "itf_rc/rcitf_internal.h"
 
@@ -43,6 +45,32 @@ namespace rcitf_detail {
 void sleepMs(int ms) {
     sleepFn(ms);
     noteControllerTouched();
+}
+
+// Only the real clock can be shortened by the time the work took: a test's sleep stands for
+// time the work does not spend, so it always gets the whole pause.
+void pauseAfterChange(const std::function<void()>& work) {
+    if (!work) {
+        sleepMs(ControllerSequenceWaitTime_ms);
+        return;
+    }
+    const auto start = std::chrono::steady_clock::now();
+    std::exception_ptr failed;
+    try {
+        work();
+    } catch (...) {
+        failed = std::current_exception();
+    }
+    if (sleepFn == realSleep) {
+        const auto spent = std::chrono::steady_clock::now() - start;
+        const auto left = std::chrono::milliseconds(ControllerSequenceWaitTime_ms) - spent;
+        if (left > std::chrono::microseconds(0))
+            usleep(static_cast<useconds_t>(std::chrono::duration_cast<std::chrono::microseconds>(left).count()));
+        noteControllerTouched();
+    } else {
+        sleepMs(ControllerSequenceWaitTime_ms);
+    }
+    if (failed) std::rethrow_exception(failed);
 }
 
 JogCmdParam& lastJogCmd() { return lastJogCmd_; }
@@ -133,20 +161,24 @@ void RcItf::robotKineInit() {
     if (rcitf_detail::cmd()->kineInit(rcitf_detail::stat().ra_dh_param, 0) != 0) throw static_cast<int>(err_kine_init);
 }
 
-void RcItf::setTool(unsigned char id, POSE pose) {
+void RcItf::setTool(unsigned char id, POSE pose) { setTool(id, pose, {}); }
+
+void RcItf::setTool(unsigned char id, POSE pose, const DuringPause& work) {
     if (id < 1 || id > 15) throw static_cast<int>(err_tools_index);
     double p[6];
     pose.toArray(p);
     if (rcitf_detail::cmd()->setToolOffset(p, id, "") != 0) throw static_cast<int>(err_tools_setting);
-    rcitf_detail::sleepMs(rcitf_detail::ControllerSequenceWaitTime_ms);
+    rcitf_detail::pauseAfterChange(work);
 }
 
-void RcItf::setUsrFrame(unsigned char id, POSE pose) {
+void RcItf::setUsrFrame(unsigned char id, POSE pose) { setUsrFrame(id, pose, {}); }
+
+void RcItf::setUsrFrame(unsigned char id, POSE pose, const DuringPause& work) {
     if (id < 1 || id > 15) throw static_cast<int>(err_frames_index);
     double p[6];
     pose.toArray(p);
     if (rcitf_detail::cmd()->setUsrFrame(p, id, "") != 0) throw static_cast<int>(err_frames_setting);
-    rcitf_detail::sleepMs(rcitf_detail::ControllerSequenceWaitTime_ms);
+    rcitf_detail::pauseAfterChange(work);
 }
 
 // Selecting the tool or frame the controller already has active changes nothing, so it sends no

@@ -34,8 +34,9 @@ srci::LoadData EDK_Helper::getStoredLoad(int index) {
 void EDK_Helper::setStoredTool(int index, srci::ToolData tool) {
     checkIndex(index, MaxToolsCount, srci::err_tools_index);
     tools[index] = tool;
-    srci::RcItf::get(true)->setTool(static_cast<unsigned char>(index), tool.pose);
-    WriteToolToINI(index, tool);
+    // srci.ini is written while the controller takes the change: a write cycle then lasts the
+    // pause, not the pause and the file's sync.
+    srci::RcItf::get(true)->setTool(static_cast<unsigned char>(index), tool.pose, [&] { WriteToolToINI(index, tool); });
 }
 
 void EDK_Helper::setStoredTool(int index, srci::POSE pose) {
@@ -49,9 +50,10 @@ void EDK_Helper::setStoredTool(int index, srci::POSE pose) {
 void EDK_Helper::setStoredFrame(int index, srci::FrameData frame) {
     checkIndex(index, MaxFramesCount, srci::err_frames_index);
     const srci::POSE base = get_rcFrame_fromUser(frame.pose, frame.refIndex);
-    srci::RcItf::get(true)->setUsrFrame(static_cast<unsigned char>(index), base);
-    frames[index] = frame;
-    WriteFrameToINI(index, frame);
+    srci::RcItf::get(true)->setUsrFrame(static_cast<unsigned char>(index), base, [&] {
+        frames[index] = frame;
+        WriteFrameToINI(index, frame);
+    });
 }
 
 void EDK_Helper::setStoredFrame(int index, srci::POSE pose) {

@@ -4,9 +4,11 @@
 // it reads status the simulated arm never shows (moving while disabled, an enable that never comes).
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <functional>
 #include <sstream>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "itf_rc/rcitf.h"
@@ -138,6 +140,46 @@ TEST_F(RcItfPortCalls, EachAdapterCallMakesItsPortCallsInOrder) {
         r.act();
         EXPECT_EQ(calls, r.expected) << r.what;
     }
+}
+
+// The store writes srci.ini inside the pause that follows a tool or frame change: only after the
+// controller took the change, never instead of any of the pause, and a failed write still leaves
+// the controller its whole pause.
+TEST_F(RcItfPortCalls, WorkDuringTheChangePauseComesAfterTheChangeAndKeepsThePause) {
+    const POSE pose(1, 2, 3, 4, 5, 6);
+    struct Row {
+        const char* what;
+        std::function<void(const RcItf::DuringPause&)> change;
+        const char* portCall;
+        bool workFails;
+    } rows[] = {
+        {"tool", [&](const RcItf::DuringPause& w) { rc->setTool(2, pose, w); }, "toolOffset 2 3", false},
+        {"frame", [&](const RcItf::DuringPause& w) { rc->setUsrFrame(3, pose, w); }, "userFrame 3 1", false},
+        {"tool, failed write", [&](const RcItf::DuringPause& w) { rc->setTool(2, pose, w); }, "toolOffset 2 3", true},
+    };
+    for (const Row& r : rows) {
+        calls.clear();
+        sleeps = 0;
+        int code = 0;
+        try {
+            r.change([&] {
+                record("work", sleeps);
+                if (r.workFails) throw 42;
+            });
+        } catch (int c) {
+            code = c;
+        }
+        EXPECT_EQ(calls, (std::vector<std::string>{r.portCall, "work 0"})) << r.what;
+        EXPECT_EQ(sleeps, 1) << r.what;
+        EXPECT_EQ(code, r.workFails ? 42 : 0) << r.what;
+    }
+
+    // On the real clock, work that takes a third of the pause does not shorten what the
+    // controller gets: from the change to the return is still the whole pause.
+    setRcItfSleep(nullptr);
+    const auto start = std::chrono::steady_clock::now();
+    rc->setTool(2, pose, [] { std::this_thread::sleep_for(std::chrono::milliseconds(5)); });
+    EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(15));
 }
 
 TEST_F(RcItfPortCalls, EnableAndPowerWaitTheirFullCountBeforeGivingUp) {

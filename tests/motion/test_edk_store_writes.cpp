@@ -3,6 +3,7 @@
 // key-by-key format gives: a crash leaves a tool, frame, load or dynamics record whole.
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <filesystem>
 #include <functional>
 #include <sstream>
@@ -73,6 +74,44 @@ TEST(StoreWrites, EachRecordIsOneSyncedReplacementInTheFileFormat) {
         EXPECT_EQ(disk.replacements, 1);
         EXPECT_EQ(disk.fileSyncs, 1);
         EXPECT_EQ(readFile(dir.file()), readFile(keyByKey));
+    }
+}
+
+// The file follows the controller: a tool or frame the controller refuses is never written.
+TEST(StoreWrites, AChangeTheControllerRefusesIsNotWritten) {
+    const double nan = std::nan("");
+    const struct {
+        const char* what;
+        std::function<void(EDK_Helper&)> write;
+        int code;
+    } cases[] = {
+        {"tool",
+         [&](EDK_Helper& h) {
+             h.setStoredTool(3, srci::ToolData{srci::POSE(nan, 0, 0, 0, 0, 0), false, 0, 0});
+         },
+         srci::err_tools_setting},
+        {"frame",
+         [&](EDK_Helper& h) {
+             h.setStoredFrame(2, srci::FrameData{srci::POSE(nan, 0, 0, 0, 0, 0), 0});
+         },
+         srci::err_frames_setting},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.what);
+        sim().reset();
+        ScratchDir dir(std::string("refused_") + c.what);
+        EDK_Helper store;
+        const std::string before = readFile(dir.file());
+        CountingDisk disk;
+        int code = 0;
+        try {
+            c.write(store);
+        } catch (int thrown) {
+            code = thrown;
+        }
+        EXPECT_EQ(code, c.code);
+        EXPECT_EQ(disk.replacements, 0);
+        EXPECT_EQ(readFile(dir.file()), before);
     }
 }
 
