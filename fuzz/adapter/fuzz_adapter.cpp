@@ -5,10 +5,12 @@
 // (so that moves and power-up can progress), bit 3 keeps the lifesign ticking on the repeats,
 // bits 4-7 pick a fault on the arm before the telegram (stops, controller error, application,
 // PROFINET), so the stop and recovery paths are fuzzed along with the commands.
+#include <dirent.h>
 #include <unistd.h>
 
 #include <cstddef>
 #include <cstdint>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <string>
@@ -64,6 +66,31 @@ void fault(uint8_t which) {
     }
 }
 
+int threadCount() {
+    DIR* tasks = ::opendir("/proc/self/task");
+    if (tasks == nullptr) std::abort();
+    int n = 0;
+    while (const dirent* e = ::readdir(tasks))
+        if (e->d_name[0] != '.') ++n;
+    ::closedir(tasks);
+    return n;
+}
+
+// An enable or disable runs on a detached power worker, which may outlive the input that started
+// it. Each input waits until the worker has gone: otherwise it would step the arm of the next
+// input, and its per-thread status snapshot, freed as the thread ends, would show as a leak to
+// the check that follows an input.
+void awaitPowerWorker() {
+    static const int idle = threadCount();  // taken at the first input's start: no worker then
+    for (int waited = 0; threadCount() > idle; ++waited) {
+        if (waited == 50000) {
+            std::fprintf(stderr, "the power worker did not end within 5 s\n");
+            std::abort();
+        }
+        ::usleep(100);
+    }
+}
+
 void cycle(const uint8_t* telegram) {
     std::memcpy(recvBuff, telegram, kTelegram);
     on_update_robot_control_data();
@@ -84,6 +111,7 @@ extern "C" int LLVMFuzzerInitialize(int*, char***) {
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    awaitPowerWorker();
     // Every input starts from a fresh arm and interpreter, as the adapter does at start-up.
     arm().reset();
     srl_config_reset();
@@ -112,5 +140,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
             cycle(telegram);
         }
     }
+    awaitPowerWorker();
     return 0;
 }
