@@ -66,15 +66,13 @@ public:
     // ---- tools, frames, payload, limits, dynamics, speed
     POSE getTool(int id);
     POSE getUsrFrame(int id);
-    void setTool(unsigned char id, POSE pose);
-    void setUsrFrame(unsigned char id, POSE pose);
-    // The same, with work that sends nothing to the controller (the store's file write) done
-    // during the pause that follows the change: the controller still gets the whole pause before
-    // the next command, and the caller waits for the longer of the two rather than their sum.
-    // Work that throws ends the pause first, then the exception goes on.
+    // `work` sends nothing to the controller (the store's file write) and is done during the
+    // pause that follows the change: the controller still gets the whole pause before the next
+    // command, and the caller waits for the longer of the two rather than their sum. Work that
+    // throws ends the pause first, then the exception goes on.
     using DuringPause = std::function<void()>;
-    void setTool(unsigned char id, POSE pose, const DuringPause& work);
-    void setUsrFrame(unsigned char id, POSE pose, const DuringPause& work);
+    void setTool(unsigned char id, POSE pose, const DuringPause& work = {});
+    void setUsrFrame(unsigned char id, POSE pose, const DuringPause& work = {});
     void setToolId(int id);
     void setUsrFrameId(int id);
     void setLoad(LoadData load);

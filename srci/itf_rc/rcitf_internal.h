@@ -13,7 +13,7 @@ inline constexpr int ControllerSequenceWaitTime_ms = 15;
 
 void sleepMs(int ms);
 // The pause after a change, with work that sends nothing to the controller done inside it.
-void pauseAfterChange(const std::function<void()>& work);
+void pauseAfterChange(const std::function<void()>& work = {});
 JogCmdParam& lastJogCmd();
 
 // This thread's status snapshot, as last polled.

@@ -50,14 +50,10 @@ void sleepMs(int ms) {
 // Only the real clock can be shortened by the time the work took: a test's sleep stands for
 // time the work does not spend, so it always gets the whole pause.
 void pauseAfterChange(const std::function<void()>& work) {
-    if (!work) {
-        sleepMs(ControllerSequenceWaitTime_ms);
-        return;
-    }
     const auto start = std::chrono::steady_clock::now();
     std::exception_ptr failed;
     try {
-        work();
+        if (work) work();
     } catch (...) {
         failed = std::current_exception();
     }
@@ -161,8 +157,6 @@ void RcItf::robotKineInit() {
     if (rcitf_detail::cmd()->kineInit(rcitf_detail::stat().ra_dh_param, 0) != 0) throw static_cast<int>(err_kine_init);
 }
 
-void RcItf::setTool(unsigned char id, POSE pose) { setTool(id, pose, {}); }
-
 void RcItf::setTool(unsigned char id, POSE pose, const DuringPause& work) {
     if (id < 1 || id > 15) throw static_cast<int>(err_tools_index);
     double p[6];
@@ -170,8 +164,6 @@ void RcItf::setTool(unsigned char id, POSE pose, const DuringPause& work) {
     if (rcitf_detail::cmd()->setToolOffset(p, id, "") != 0) throw static_cast<int>(err_tools_setting);
     rcitf_detail::pauseAfterChange(work);
 }
-
-void RcItf::setUsrFrame(unsigned char id, POSE pose) { setUsrFrame(id, pose, {}); }
 
 void RcItf::setUsrFrame(unsigned char id, POSE pose, const DuringPause& work) {
     if (id < 1 || id > 15) throw static_cast<int>(err_frames_index);
@@ -188,7 +180,7 @@ void RcItf::setToolId(int id) {
     if (id < 0 || id > 15) throw static_cast<int>(err_tools_index);
     if (rcitf_detail::polledStat().cur_tool_id == static_cast<uint32_t>(id)) return;
     if (rcitf_detail::cmd()->setToolId(id) != 0) throw static_cast<int>(err_tools_index);
-    rcitf_detail::sleepMs(rcitf_detail::ControllerSequenceWaitTime_ms);
+    rcitf_detail::pauseAfterChange();
 }
 
 void RcItf::setUsrFrameId(int id) {
@@ -196,7 +188,7 @@ void RcItf::setUsrFrameId(int id) {
     if (id < 0 || id > 15) throw static_cast<int>(err_frames_index);
     if (rcitf_detail::polledStat().cur_usrframe_id == static_cast<uint32_t>(id)) return;
     if (rcitf_detail::cmd()->setFrameId(id) != 0) throw static_cast<int>(err_frames_index);
-    rcitf_detail::sleepMs(rcitf_detail::ControllerSequenceWaitTime_ms);
+    rcitf_detail::pauseAfterChange();
 }
 
 void RcItf::setLoad(LoadData load) {

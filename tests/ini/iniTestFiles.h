@@ -4,15 +4,14 @@
 #pragma once
 
 #include <fcntl.h>
-#include <signal.h>
 #include <sys/stat.h>
 
 #include <filesystem>
 #include <fstream>
 #include <string>
 
-#include "INI/iniStorage.h"
 #include "child_process.h"
+#include "watched_ini_disk.h"
 
 using srci_test::readFile;
 
@@ -31,23 +30,3 @@ inline void backdate(const std::string& path) {
     const struct timespec times[2] = {{946684800, 0}, {946684800, 0}};
     ::utimensat(AT_FDCWD, path.c_str(), times, 0);
 }
-
-// Counts replacements and file syncs; optionally kills the process at the n-th step.
-class WatchedDisk : public DiskIniStorage {
-public:
-    explicit WatchedDisk(int killAtStep = -1) : killAt_(killAtStep) { setIniStorage(this); }
-    ~WatchedDisk() override { setIniStorage(nullptr); }
-    int replacements = 0;
-    int fileSyncs = 0;
-
-protected:
-    void beforeStep(IniStep step) override {
-        if (steps_++ == killAt_) ::raise(SIGKILL);
-        replacements += step == IniStep::removeStale ? 1 : 0;
-        fileSyncs += step == IniStep::syncFile ? 1 : 0;
-    }
-
-private:
-    int killAt_;
-    int steps_ = 0;
-};

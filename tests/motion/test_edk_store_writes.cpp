@@ -9,26 +9,13 @@
 #include <sstream>
 
 #include "INI/iniHandler.h"
-#include "INI/iniStorage.h"
 #include "motion_test_support.h"
 #include "srl/edk_helper.h"
+#include "watched_ini_disk.h"
 
 using namespace motion_test;
 
 namespace {
-
-class CountingDisk : public DiskIniStorage {
-public:
-    CountingDisk() { setIniStorage(this); }
-    ~CountingDisk() override { setIniStorage(nullptr); }
-    int replacements = 0, fileSyncs = 0;
-
-protected:
-    void beforeStep(IniStep step) override {
-        replacements += step == IniStep::rename ? 1 : 0;
-        fileSyncs += step == IniStep::syncFile ? 1 : 0;
-    }
-};
 
 TEST(StoreWrites, EachRecordIsOneSyncedReplacementInTheFileFormat) {
     const srci::ToolData tool{srci::POSE(10.5, -20.25, 130, 1, 2, 3), true, 4, 7};
@@ -69,7 +56,7 @@ TEST(StoreWrites, EachRecordIsOneSyncedReplacementInTheFileFormat) {
             ASSERT_TRUE(expected.put(c.section, kv.substr(0, eq), kv.substr(eq + 1)));
         }
 
-        CountingDisk disk;
+        WatchedDisk disk;
         c.write(store);
         EXPECT_EQ(disk.replacements, 1);
         EXPECT_EQ(disk.fileSyncs, 1);
@@ -102,7 +89,7 @@ TEST(StoreWrites, AChangeTheControllerRefusesIsNotWritten) {
         ScratchDir dir(std::string("refused_") + c.what);
         EDK_Helper store;
         const std::string before = readFile(dir.file());
-        CountingDisk disk;
+        WatchedDisk disk;
         int code = 0;
         try {
             c.write(store);
