@@ -66,6 +66,20 @@ void putChangingLength(benchmark::State& state) {
     }
 }
 
+// A whole tool record, as the store writes one: six pose keys change, three keep their value.
+void putToolRecord(benchmark::State& state) {
+    ParameterFile file(baseDir(static_cast<int>(state.range(1))), static_cast<int>(state.range(0)));
+    const std::string section = middleSection(static_cast<int>(state.range(0)));
+    double value = 1.0;
+    for (auto _ : state) {
+        value = value == 1.0 ? 10.0 : 1.0;
+        IniRecord record(section);
+        for (const char* key : toolKeys)
+            record.add(key, key[0] == 'x' || key[0] == 'y' || key[0] == 'z' || key[0] == 'r' ? value : 1.0);
+        if (!file.ini().put(record)) state.SkipWithError("write failed");
+    }
+}
+
 void getDouble(benchmark::State& state) {
     ParameterFile file(baseDir(static_cast<int>(state.range(1))), static_cast<int>(state.range(0)));
     const std::string section = middleSection(static_cast<int>(state.range(0)));
@@ -83,6 +97,7 @@ void sizes(benchmark::internal::Benchmark* b) {
 
 BENCHMARK(putSameLength)->Apply(sizes);
 BENCHMARK(putChangingLength)->Apply(sizes);
+BENCHMARK(putToolRecord)->Apply(sizes);
 BENCHMARK(getDouble)->Apply(sizes);
 
 }  // namespace

@@ -267,6 +267,25 @@ void writeAndCheck(const std::string& path, const std::vector<std::string>& sect
     (void)ini.del(section);
 }
 
+// A record lands as its keys written one by one would: the same bytes. Its keys are the
+// section's first two as the file spells them (the same name twice when they differ only in
+// case), the first with the value it holds, and one new key.
+void recordAsKeyByKey(const std::uint8_t* data, std::size_t size, const std::string& section) {
+    static const std::string byRecord = "/fuzz/record.ini", byKeys = "/fuzz/keys.ini";
+    storage().put(byRecord, data, size);
+    storage().put(byKeys, data, size);
+    const minIni ini(byRecord);
+    std::string first = ini.getkey(section, 0), second = ini.getkey(section, 1);
+    if (first.empty()) first = "x";
+    if (second.empty()) second = "y";
+    const std::string held = ini.gets(section, first);
+    const char* const keys[] = {first.c_str(), second.c_str(), "fuzzRecord"};
+    const char* const values[] = {held.c_str(), "7", "r"};
+    if (!ini_putsection(section.c_str(), keys, values, 3, byRecord.c_str())) return;
+    for (int i = 0; i < 3; ++i) expect(ini_puts(section.c_str(), keys[i], values[i], byKeys.c_str()) == 1);
+    expect(*storage().heldText(byRecord.c_str()) == *storage().heldText(byKeys.c_str()));
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
@@ -276,5 +295,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::vector<std::string> sections = someSections(ini);
     readEverything(path, sections);
     writeAndCheck(path, sections);
+    recordAsKeyByKey(data, size, sections.back());
     return 0;
 }

@@ -19,6 +19,10 @@ struct IniChange {
 // the text could not be processed.
 bool applyChange(std::string& content, const IniChange& change);
 
+// Applies the changes as the same changes applied one after another would, with one scan of
+// the text when they set distinct keys of one section (a record).
+bool applyRecord(std::string& content, const IniChange* changes, int count);
+
 // The INI file name with its last character replaced by "~"; empty when that
 // would not give a different name.
 std::string temporaryName(std::string_view filename);

@@ -71,6 +71,8 @@ TEST(IniAtomic, RecordIsOneReplacementWithTheBytesOfKeyByKeyWrites) {
          "[tool3]\nx=2.000000\n[TOOL3]\nx=1.000000\ny=2.000000\n", IniRecord("tool3").add("x", 1.0).add("y", 2.0), 1},
         {"the first of two lines of a key differs", "[tool3]\nx=2.000000\nX=1.000000\ny=2.000000\n",
          IniRecord("tool3").add("x", 1.0).add("y", 2.0), 1},
+        {"keys missing at the end of a file without a last line feed", "[tool3]\ny=0.5", toolRecord(2), 1},
+        {"a key named twice in the record", kStoreFile, IniRecord("tool3").add("x", 1.5).add("X", 2.5), 1},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
