@@ -52,6 +52,7 @@ TEST_F(Codec, ExchangeConfigurationSyncBytes) {
 
     srl_set_sync_item_parameters(0, 4, nullptr);  // tool 4 changed on the controller
     const Frag f = wait_for(plc, 2, 4);
+    EXPECT_EQ(f.parseq(), 2);  // the update's ParSeq
     ASSERT_EQ(f.bytes.size(), 30u);
     EXPECT_EQ(f.bytes[14], 4);  // ChangeIndexTool
 }

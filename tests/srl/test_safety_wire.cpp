@@ -1,14 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
 // What the PLC sees must match what the robot does: aborting execution modes only where the
 // adapter really aborts, both WorkAreaNo layouts and the progress of a running move. (Error
-// severities, the supported-functions bitmap and the highest indices are proven end to end in
-// tests/e2e_inproc and by the golden handshake.)
+// severities and the highest indices are proven end to end in tests/e2e_inproc, the
+// supported-functions bitmap by the golden handshake and Commands.SupportedFunctions.)
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cstring>
 
 #include "fake_handlers.h"
+#include "srci_plc/byte_order.hpp"
 
 namespace srltest {
 namespace {
@@ -103,13 +104,6 @@ void push_position(float x, float j1, uint8_t tool = 0, uint8_t frame = 0) {
     srl_set_current_pos(block, 1.0f);
 }
 
-float be_real(const uint8_t* p) {
-    const uint32_t v = uint32_t{p[0]} << 24 | uint32_t{p[1]} << 16 | uint32_t{p[2]} << 8 | p[3];
-    float f;
-    std::memcpy(&f, &v, 4);
-    return f;
-}
-
 // While a move is Active its answers carry Progress (percent x 100) and, for Cartesian moves,
 // RemainingDistance in mm, from the target and the pushed position; Done is 100 %.
 TEST_F(SafetyWire, ActiveMovesReportProgressAndRemainingDistance) {
@@ -152,9 +146,9 @@ TEST_F(SafetyWire, ActiveMovesReportProgressAndRemainingDistance) {
             continue;
         }
         ASSERT_EQ(last.state(), 4);
-        EXPECT_EQ(be16(&last.bytes[8]), c.progress);
+        EXPECT_EQ(srci_plc::get_u16be(&last.bytes[8]), c.progress);
         if (c.type != 2101) {
-            EXPECT_NEAR(be_real(&last.bytes[10]), c.remaining, 1e-3);
+            EXPECT_NEAR(srci_plc::get_f32be(&last.bytes[10]), c.remaining, 1e-3);
         }
     }
 }
