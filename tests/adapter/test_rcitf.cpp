@@ -114,25 +114,6 @@ TEST_F(RcItfTest, OnlyARealToolOrFrameChangeSendsAndPauses) {
     }
 }
 
-TEST_F(RcItfTest, MoveInTheActiveToolAndFrameDoesNotPause) {
-    powerAndEnable();
-    rc->setToolId(2);
-    rc->setUsrFrameId(1);
-    sleeps.clear();
-    MoveCmdParam p;
-    p.toolId = 2;
-    p.frameId = 1;
-    p.pos = rc->getCartesianPos();
-    p.generalParam.vel = 10;
-    p.generalParam.acc = 10;
-    rc->robotMoveLine(p);
-    EXPECT_TRUE(sleeps.empty());
-
-    p.toolId = 0;
-    rc->robotMoveLine(p);
-    EXPECT_EQ(sleeps, (std::vector<int>{15}));
-}
-
 TEST_F(RcItfTest, OnlyExternalAutomaticExistsAndDynamicsHaveNoDecOrJerk) {
     EXPECT_EQ(thrownCode([&] { rc->setOperationMode(OperationMode::Local_T1); }), err_operation_mode);
     EXPECT_EQ(thrownCode([&] { rc->setOperationMode(OperationMode::External_Automatic); }), 0);
