@@ -58,6 +58,58 @@ TEST(ValueTypes, SewEncodingUsesLowThreeBits) {
     EXPECT_TRUE(s.e);
     EXPECT_FALSE(s.w);
     EXPECT_EQ(s.toInt(), 2);
+    EXPECT_EQ(s.str(), "sew: 010");
+}
+
+TEST(ValueTypes, TextFormsAreTheLogVocabulary) {
+    EXPECT_EQ(POSE().str(), "x: 0, y: 0, z: 0, rx: 0, ry: 0, rz: 0");
+    EXPECT_EQ(TRANS(100, -2.5, 300).str(), "x: 100, y: -2.5, z: 300");
+    EXPECT_EQ(JOINTS(0, 90, 0, 90, 0, 0).str(), "[0, 90, 0, 90, 0, 0]");
+    EXPECT_EQ((SEWConfig{0, 1, 2}).str(), "sewConfig: 0-1-2");
+    EXPECT_EQ(POSE(1.23456789, 0, 0, 0, 0, 0).str().substr(0, 10), "x: 1.23457");
+}
+
+TEST(Records, MoveCommandTextDependsOnType) {
+    MoveCmdParam p;
+    EXPECT_EQ(p.toolId, -1);
+    EXPECT_EQ(p.frameId, -1);
+    p.type = MotionCmdType2::Axes;
+    p.jpos = JOINTS(0, 90, 0, 90, 0, 0);
+    p.generalParam = MoveCmdGeneralParam{20, 50, 0, 3};
+    p.toolId = 1;
+    EXPECT_EQ(p.str(), "[0, 90, 0, 90, 0, 0], id: 3, [20, 50, 0], toolid: 1");
+
+    p.type = MotionCmdType2::Direct;
+    p.frameId = 2;
+    p.pos = POSE(1, 2, 3, 180, 0, 90);
+    p.turnMode = 2;
+    p.sewTarget.fromInt(2);
+    p.sewConfigMode = SEWConfig{0, 0, 0};
+    EXPECT_EQ(p.str(),
+              "toolId: 1, frameId: 2, x: 1, y: 2, z: 3, rx: 180, ry: 0, rz: 90, turnMode: 2, "
+              "sew: sew: 010, sewConfig: sewConfig: 0-0-0, id: 3, [20, 50, 0]");
+
+    p.type = static_cast<MotionCmdType2>(7);
+    EXPECT_EQ(p.str(), "");
+}
+
+TEST(Records, DynamicsAndLoadTextsKeepTheirLineFeeds) {
+    DefaultDynamic d{0.5, 1, -1, -1};
+    EXPECT_EQ(d.str(), "speed % : 0.5, acc % : 1, dec % : -1, jerk rate % : -1\n");
+    ReferenceDynamic r{300, 300, -1, -1};
+    EXPECT_EQ(r.str(), "velocity: 300, acc: 300, dec: -1, jerk rate: -1\n");
+    LoadData l;
+    l.mass = 2;
+    EXPECT_EQ(l.str(), "mass: 2, x: 0, y: 0, z: 0, \nrx: 0, ry: 0, rz: 0, ix: 0, iy: 0, iz: 0");
+    JogCmdParam j;
+    j.jogId = 4;
+    j.mode = JogMode::Axes;
+    j.direction = -3;
+    j.speed = 5;
+    EXPECT_EQ(j.str(), "id: 4, jogmode: 2, direction: -3, speed: 5, distance: 0, toolid: -1, frameid: -1");
+    FrameData f;
+    f.refIndex = 3;
+    EXPECT_EQ(f.str(), "refIndex: 3, frame: x: 0, y: 0, z: 0, rx: 0, ry: 0, rz: 0");
 }
 
 // Log texts built in a fixed buffer must read exactly as the string concatenation they replace.
