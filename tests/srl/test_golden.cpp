@@ -272,8 +272,8 @@ TEST_F(Golden, CommandSplitOverTwoTelegrams) {
                               {60, "05"},                       // ToolNo
                           }),
                     exchange(second), "second part");
-    ASSERT_EQ(fakes().count("read_tool"), 1);
-    EXPECT_EQ(fakes().last("read_tool")->in[4], 5);
+    EXPECT_EQ(fakes().count("read_tool"), 1);
+    EXPECT_EQ(received<uint8_t>("read_tool", 4), 5);
 }
 
 // The client asked for 50 ms in the handshake. What the loss does and how a RESET recovers is

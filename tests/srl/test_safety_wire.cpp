@@ -5,7 +5,6 @@
 // supported-functions bitmap by the golden handshake and Commands.SupportedFunctions.)
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <cstring>
 
 #include "fake_handlers.h"
@@ -74,9 +73,8 @@ TEST_F(SafetyWire, WorkAreaNumberInBothLayouts) {
         const bool write = p[1] == 0x4F;
         if (write) {
             p.resize(89, 0);
-            const Bytes lower = hex("C2 C8 00 00"), upper = hex("42 F0 00 00");
-            std::copy(lower.begin(), lower.end(), p.begin() + 57);
-            std::copy(upper.begin(), upper.end(), p.begin() + 85);
+            srci_plc::put_f32be(&p[57], -100.0f);
+            srci_plc::put_f32be(&p[85], 120.0f);
         }
         const Frag f = plc.cycle({command(5, p)}).find(5);
         ASSERT_EQ(f.bytes.size(), write ? 4u : 154u);
@@ -126,8 +124,7 @@ TEST_F(SafetyWire, ActiveMovesReportProgressAndRemainingDistance) {
         plc.connect();
         push_position(0, 0);
         Bytes body(c.type == 2101 ? 76 : 88, 0);
-        const Bytes hundred = hex("42 C8 00 00");  // 100.0
-        std::copy(hundred.begin(), hundred.end(), body.begin() + (c.type == 2101 ? 24 : 26));
+        srci_plc::put_f32be(&body[c.type == 2101 ? 24 : 26], 100.0f);
         if (c.type != 2101) body[14] = c.tool;
         plc.cycle({command(3, payload(c.type, body, 0))});
         srl_set_robot_motion_state_1(rid_of(c.type == 2101   ? "move_axes"
