@@ -11,9 +11,11 @@
 #include <vector>
 
 #include "itf_rc/rcitf.h"
+#include "motion_test_support.h"
 #include "srciport/sim_arm.h"
 
 using namespace srci;
+using motion_test::thrownCode;
 using srciport::SimArm;
 
 namespace {
@@ -40,16 +42,6 @@ protected:
         rc->robotPower(true);
         rc->robotEnable(true);
         sleeps.clear();
-    }
-
-    template <class F>
-    int thrownCode(F f) {
-        try {
-            f();
-        } catch (int code) {
-            return code;
-        }
-        return 0;
     }
 
     RcItf* rc = nullptr;
