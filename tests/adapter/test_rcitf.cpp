@@ -11,9 +11,11 @@
 #include <vector>
 
 #include "itf_rc/rcitf.h"
+#include "motion_test_support.h"
 #include "srciport/sim_arm.h"
 
 using namespace srci;
+using motion_test::thrownCode;
 using srciport::SimArm;
 
 namespace {
@@ -40,16 +42,6 @@ protected:
         rc->robotPower(true);
         rc->robotEnable(true);
         sleeps.clear();
-    }
-
-    template <class F>
-    int thrownCode(F f) {
-        try {
-            f();
-        } catch (int code) {
-            return code;
-        }
-        return 0;
     }
 
     RcItf* rc = nullptr;
@@ -112,25 +104,6 @@ TEST_F(RcItfTest, OnlyARealToolOrFrameChangeSendsAndPauses) {
         EXPECT_EQ(rc->getCurrentTooldId(), tool) << c.what;
         EXPECT_EQ(rc->getCurrentUserFrameId(), frame) << c.what;
     }
-}
-
-TEST_F(RcItfTest, MoveInTheActiveToolAndFrameDoesNotPause) {
-    powerAndEnable();
-    rc->setToolId(2);
-    rc->setUsrFrameId(1);
-    sleeps.clear();
-    MoveCmdParam p;
-    p.toolId = 2;
-    p.frameId = 1;
-    p.pos = rc->getCartesianPos();
-    p.generalParam.vel = 10;
-    p.generalParam.acc = 10;
-    rc->robotMoveLine(p);
-    EXPECT_TRUE(sleeps.empty());
-
-    p.toolId = 0;
-    rc->robotMoveLine(p);
-    EXPECT_EQ(sleeps, (std::vector<int>{15}));
 }
 
 TEST_F(RcItfTest, OnlyExternalAutomaticExistsAndDynamicsHaveNoDecOrJerk) {

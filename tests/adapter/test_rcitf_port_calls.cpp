@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "itf_rc/rcitf.h"
+#include "motion_test_support.h"
 #include "srciport/srciport.h"
 
 namespace {
@@ -160,15 +161,12 @@ TEST_F(RcItfPortCalls, WorkDuringTheChangePauseComesAfterTheChangeAndKeepsThePau
     for (const Row& r : rows) {
         calls.clear();
         sleeps = 0;
-        int code = 0;
-        try {
+        const int code = motion_test::thrownCode([&] {
             r.change([&] {
                 record("work", sleeps);
                 if (r.workFails) throw 42;
             });
-        } catch (int c) {
-            code = c;
-        }
+        });
         EXPECT_EQ(calls, (std::vector<std::string>{r.portCall, "work 0"})) << r.what;
         EXPECT_EQ(sleeps, 1) << r.what;
         EXPECT_EQ(code, r.workFails ? 42 : 0) << r.what;
@@ -193,13 +191,7 @@ TEST_F(RcItfPortCalls, EnableAndPowerWaitTheirFullCountBeforeGivingUp) {
         controller.ra_enable_stat = !r.on;  // the controller never follows
         controller.ra_power_stat = !r.on;
         sleeps = 0;
-        int code = 0;
-        try {
-            if (r.power) rc->robotPower(r.on);
-            else rc->robotEnable(r.on);
-        } catch (int c) {
-            code = c;
-        }
+        const int code = motion_test::thrownCode([&] { r.power ? rc->robotPower(r.on) : rc->robotEnable(r.on); });
         EXPECT_EQ(code, r.code) << r.power << r.on;
         EXPECT_EQ(sleeps, r.sleeps) << r.power << r.on;
     }

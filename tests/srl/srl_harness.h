@@ -1,16 +1,19 @@
 // SPDX-License-Identifier: Apache-2.0
-// PLC-side helpers for the interpreter tests: build P->R telegrams and read R->P telegrams.
-// Written from the SRCI telegram tables, independently of the library's own layout code.
+// PLC-side helpers for the interpreter tests: build P->R telegrams and read R->P telegrams with
+// the PLC client library, which shares no layout code with the interpreter.
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <sstream>
-#include <stdexcept>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "srci_plc/byte_order.hpp"
+#include "srci_plc/plc_telegram.hpp"
+#include "srci_plc/robot_telegram.hpp"
 #include "srl/srl_api.h"
 #include "srl/srl_config.h"
 
@@ -22,20 +25,12 @@ using Bytes = std::vector<uint8_t>;
 inline uint64_t g_now_ms = 1000;
 inline uint64_t fake_clock() { return g_now_ms; }
 
-inline uint16_t be16(const uint8_t* p) { return static_cast<uint16_t>(p[0] << 8 | p[1]); }
-
 // "23 05 01 00" -> bytes (for hand-written golden data)
 inline Bytes hex(const std::string& s) {
     Bytes out;
     std::istringstream in(s);
     for (unsigned byte; in >> std::hex >> byte;) out.push_back(static_cast<uint8_t>(byte));
     return out;
-}
-
-// Big-endian 16-bit field at `off`.
-inline void put16(Tel& t, size_t off, uint16_t v) {
-    t[off] = static_cast<uint8_t>(v >> 8);
-    t[off + 1] = static_cast<uint8_t>(v);
 }
 
 // One fragment of either direction; the accessors read a response's header.
@@ -47,7 +42,7 @@ struct Frag {
     uint8_t state() const { return bytes.empty() ? 0 : bytes[0] & 0x0F; }
     uint8_t parseq() const { return bytes.empty() ? 0 : bytes[0] >> 4; }
     int8_t severity() const { return bytes.size() > 1 ? static_cast<int8_t>(bytes[1]) : 0; }
-    uint16_t code() const { return bytes.size() > 3 ? be16(&bytes[2]) : 0; }
+    uint16_t code() const { return bytes.size() > 3 ? srci_plc::get_u16be(&bytes[2]) : 0; }
 };
 
 // Command payload header: CmdType, ExecMode, Priority 3 / ParSeq.
@@ -61,10 +56,9 @@ inline Frag command(uint16_t id, Bytes p, uint8_t action = 0x03) { return {id, a
 struct Reply {
     Tel raw{};
     uint16_t ack = 0;
-    uint16_t payload_length = 0;
     std::vector<Frag> frags;
     uint8_t state() const { return raw[3]; }
-    uint32_t status() const { return raw[4] | raw[5] << 8 | raw[6] << 16 | static_cast<uint32_t>(raw[7]) << 24; }
+    uint32_t status() const { return srci_plc::get_u32le(&raw[4]); }
     bool has(uint16_t id) const { return find(id).id != 0; }
     // The response of CmdID `id`; an empty fragment (id 0) when there is none.
     Frag find(uint16_t id) const {
@@ -86,55 +80,40 @@ public:
     bool freeze_life = false;
 
     uint16_t cp() const { return tool_frame ? 20 : 18; }
-    uint16_t crp() const { return static_cast<uint16_t>(10 + ((r2p_words & 2) ? 40 : 0) + ((r2p_words & 4) ? 30 : 0)); }
 
     Tel build(const std::vector<Frag>& frags) const {
-        Tel t{};
-        t[0] = version;
-        t[1] = static_cast<uint8_t>(fast_stop << 4 | life);
-        put16(t, 2, lengths[0]);
-        put16(t, 4, lengths[1]);
-        t[6] = static_cast<uint8_t>(group << 4 | control);
-        put16(t, 8, p2r_words);
-        put16(t, 10, r2p_words);
-        if (tool_frame) {
-            t[18] = tool;
-            t[19] = frame;
-        }
-        const int c = cp();
-        put16(t, c, seq);
-        int off = c + 4;
-        for (const Frag& f : frags) {
-            if (off + 8 + f.bytes.size() > static_cast<size_t>(lengths[0] - 1))
-                throw std::length_error("fragments do not fit the telegram");
-            put16(t, off, f.id);
-            t[off + 3] = f.action;
-            put16(t, off + 4, f.pointer);
-            put16(t, off + 6, static_cast<uint16_t>(f.bytes.size()));
-            for (size_t i = 0; i < f.bytes.size(); ++i) t[off + 8 + i] = f.bytes[i];
-            off += 8 + static_cast<int>(f.bytes.size());
-        }
-        put16(t, c + 2, static_cast<uint16_t>(off - (c + 4)));
-        t[lengths[0] - 1] = life;
-        return t;
+        srci_plc::PlcTelegram t;
+        t.version = version;
+        t.fast_stop = fast_stop;
+        t.lifesign = life;
+        t.length_plc_to_rob = lengths[0];
+        t.length_rob_to_plc = lengths[1];
+        t.axes_group = group;
+        t.control = static_cast<srci_plc::Control>(control);
+        t.tn_rob_to_plc = r2p_words & ~srci_plc::telegram_number::kTwoSequences;
+        t.tool_frame_always = tool_frame;
+        t.tool_no = tool;
+        t.frame_no = frame;
+        t.seq = seq;
+        for (const Frag& f : frags) t.fragments.push_back({f.id, f.action, f.pointer, f.bytes});
+        const std::vector<uint8_t> bytes = srci_plc::encode_plc_telegram(t);
+        Tel out{};
+        std::copy(bytes.begin(), bytes.end(), out.begin());
+        // The TelegramNumbers as given, also those the client never sends (for the header checks).
+        srci_plc::put_u16be(&out[8], p2r_words);
+        srci_plc::put_u16be(&out[10], r2p_words);
+        return out;
     }
 
+    // The header always; the sequence only where the client library reads the layout.
     Reply parse(const Tel& raw) const {
         Reply r;
         r.raw = raw;
-        const int c = crp();
-        r.ack = be16(&raw[c]);
-        r.payload_length = be16(&raw[c + 2]);
-        size_t off = c + 4;
-        const size_t end = off + r.payload_length;
-        while (off + 8 <= end && end <= 255) {
-            Frag f{be16(&raw[off]), raw[off + 3], be16(&raw[off + 4]), {}};
-            const uint16_t n = be16(&raw[off + 6]);
-            if (off + 8 + n > end) break;
-            f.bytes.assign(raw.begin() + off + 8, raw.begin() + off + 8 + n);
-            r.frags.push_back(f);
-            off += 8 + n;
-        }
+        srci_plc::RobotTelegram t;
+        std::string error;
+        if (!srci_plc::decode_robot_telegram(raw.data(), raw.size(), r2p_words, t, error)) return r;
+        r.ack = t.ack;
+        for (const srci_plc::Fragment& f : t.fragments) r.frags.push_back({f.cmd_id, f.action, f.pointer, f.data});
         return r;
     }
 

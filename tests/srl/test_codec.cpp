@@ -2,9 +2,8 @@
 // Field tables seen from the wire: records whose host layout differs from the SRCI table.
 #include <gtest/gtest.h>
 
-#include <cstring>
-
 #include "fake_handlers.h"
+#include "srci_plc/byte_order.hpp"
 
 namespace srltest {
 namespace {
@@ -13,11 +12,10 @@ using Codec = ConnectedPlc;
 
 TEST_F(Codec, WorkAreaUsesTheStandardLayout) {
     Bytes p = payload(7503, Bytes(150, 0));
-    p[5] = 0x03;  // WorkAreaNo 3 (UINT); both layouts are SafetyWire.WorkAreaNumberInBothLayouts
-    p[16] = 5;    // FrameNo
-    p[17] = 0x3F;
-    p[18] = 0x80;  // ZeroPointX 1.0 at the odd offset 17
-    p[153] = 1;    // DataChanged flag: not part of the record
+    p[5] = 0x03;                        // WorkAreaNo 3 (UINT); both layouts are SafetyWire.WorkAreaNumberInBothLayouts
+    p[16] = 5;                          // FrameNo
+    srci_plc::put_f32be(&p[17], 1.0f);  // ZeroPointX at the odd offset 17
+    p[153] = 1;                         // DataChanged flag: not part of the record
     plc.cycle({command(3, p)});
     const auto w = received<LRob_typeServerCmdWriteWorkArea>("write_workarea");
     EXPECT_EQ(w.WorkAreaData.Data.FrameNo, 5);
@@ -52,15 +50,15 @@ TEST_F(Codec, ExchangeConfigurationSyncBytes) {
 
     srl_set_sync_item_parameters(0, 4, nullptr);  // tool 4 changed on the controller
     const Frag f = wait_for(plc, 2, 4);
+    EXPECT_EQ(f.parseq(), 2);  // the update's ParSeq
     ASSERT_EQ(f.bytes.size(), 30u);
     EXPECT_EQ(f.bytes[14], 4);  // ChangeIndexTool
 }
 
 TEST_F(Codec, KinematicsRecordsCarryNoHeader) {
     Bytes p = payload(7203, Bytes(50, 0));
-    p[4] = 1;  // ToolNo
-    p[6] = 0x42;
-    p[7] = 0xB4;  // J1 = 90.0
+    p[4] = 1;                           // ToolNo
+    srci_plc::put_f32be(&p[6], 90.0f);  // J1
     LRob_typeServerRobotCartesianPosition pos{};
     pos.Position.X = 1.0f;
     pos.ExtendedPosition.E6 = 2.0f;

@@ -3,9 +3,8 @@
 // commands the adapter drops, handler failures and the adapter-facing state.
 #include <gtest/gtest.h>
 
-#include <cstring>
-
 #include "fake_handlers.h"
+#include "srci_plc/byte_order.hpp"
 
 namespace srltest {
 namespace {
@@ -44,17 +43,14 @@ TEST_F(Commands, UnsupportedCommandsAreFinalAtOnce) {
 
 TEST_F(Commands, ShortPayloadsAreZeroFilledAndLongOnesTruncated) {
     std::vector<uint8_t> tool_payload = payload(5205, Bytes(26, 0));  // ToolNo (38) and ID lost
-    tool_payload[6 + 4] = 0x3F;                                       // X = 1.0
-    tool_payload[7 + 4] = 0x80;
+    srci_plc::put_f32be(&tool_payload[6 + 4], 1.0f);                  // X
     plc.cycle({command(3, tool_payload), command(4, payload(5107, Bytes(150, 7)))});
-    LRob_typeServerCmdWriteToolData w;
-    std::memcpy(&w, fakes().last("write_tool")->in.data(), sizeof w);
+    const auto w = received<LRob_typeServerCmdWriteToolData>("write_tool");
     EXPECT_FLOAT_EQ(w.ToolData.Data.X, 1.0f);
     EXPECT_EQ(w.ToolNo, 0);
     EXPECT_EQ(w.ToolData.Data.ID, 0);
-    ASSERT_NE(fakes().last("read_tool"), nullptr);
-    EXPECT_EQ(fakes().last("read_tool")->in[4], 7);
-    EXPECT_EQ(fakes().last("read_tool")->in[5], 0);  // beyond the 5-byte record: nothing copied
+    EXPECT_EQ(received<uint8_t>("read_tool", 4), 7);
+    EXPECT_EQ(received<uint8_t>("read_tool", 5), 0);  // beyond the 5-byte record: nothing copied
 }
 
 TEST_F(Commands, GroupJogCallsTheModeHandlerOnStartAndOnEveryUpdate) {

@@ -1,14 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 // What the PLC sees must match what the robot does: aborting execution modes only where the
 // adapter really aborts, both WorkAreaNo layouts and the progress of a running move. (Error
-// severities, the supported-functions bitmap and the highest indices are proven end to end in
-// tests/e2e_inproc and by the golden handshake.)
+// severities and the highest indices are proven end to end in tests/e2e_inproc, the
+// supported-functions bitmap by the golden handshake and Commands.SupportedFunctions.)
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <cstring>
 
 #include "fake_handlers.h"
+#include "srci_plc/byte_order.hpp"
 
 namespace srltest {
 namespace {
@@ -73,9 +73,8 @@ TEST_F(SafetyWire, WorkAreaNumberInBothLayouts) {
         const bool write = p[1] == 0x4F;
         if (write) {
             p.resize(89, 0);
-            const Bytes lower = hex("C2 C8 00 00"), upper = hex("42 F0 00 00");
-            std::copy(lower.begin(), lower.end(), p.begin() + 57);
-            std::copy(upper.begin(), upper.end(), p.begin() + 85);
+            srci_plc::put_f32be(&p[57], -100.0f);
+            srci_plc::put_f32be(&p[85], 120.0f);
         }
         const Frag f = plc.cycle({command(5, p)}).find(5);
         ASSERT_EQ(f.bytes.size(), write ? 4u : 154u);
@@ -103,13 +102,6 @@ void push_position(float x, float j1, uint8_t tool = 0, uint8_t frame = 0) {
     srl_set_current_pos(block, 1.0f);
 }
 
-float be_real(const uint8_t* p) {
-    const uint32_t v = uint32_t{p[0]} << 24 | uint32_t{p[1]} << 16 | uint32_t{p[2]} << 8 | p[3];
-    float f;
-    std::memcpy(&f, &v, 4);
-    return f;
-}
-
 // While a move is Active its answers carry Progress (percent x 100) and, for Cartesian moves,
 // RemainingDistance in mm, from the target and the pushed position; Done is 100 %.
 TEST_F(SafetyWire, ActiveMovesReportProgressAndRemainingDistance) {
@@ -132,8 +124,7 @@ TEST_F(SafetyWire, ActiveMovesReportProgressAndRemainingDistance) {
         plc.connect();
         push_position(0, 0);
         Bytes body(c.type == 2101 ? 76 : 88, 0);
-        const Bytes hundred = hex("42 C8 00 00");  // 100.0
-        std::copy(hundred.begin(), hundred.end(), body.begin() + (c.type == 2101 ? 24 : 26));
+        srci_plc::put_f32be(&body[c.type == 2101 ? 24 : 26], 100.0f);
         if (c.type != 2101) body[14] = c.tool;
         plc.cycle({command(3, payload(c.type, body, 0))});
         srl_set_robot_motion_state_1(rid_of(c.type == 2101   ? "move_axes"
@@ -152,9 +143,9 @@ TEST_F(SafetyWire, ActiveMovesReportProgressAndRemainingDistance) {
             continue;
         }
         ASSERT_EQ(last.state(), 4);
-        EXPECT_EQ(be16(&last.bytes[8]), c.progress);
+        EXPECT_EQ(srci_plc::get_u16be(&last.bytes[8]), c.progress);
         if (c.type != 2101) {
-            EXPECT_NEAR(be_real(&last.bytes[10]), c.remaining, 1e-3);
+            EXPECT_NEAR(srci_plc::get_f32be(&last.bytes[10]), c.remaining, 1e-3);
         }
     }
 }
