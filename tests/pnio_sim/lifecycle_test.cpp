@@ -69,6 +69,7 @@ TEST_F(PnioSimTest, RestartUnderAnAttachedAdapterKeepsTheImage) {
     auto first = std::make_unique<PnioSim>();
     ASSERT_TRUE(first->started()) << first->output();
     const int shm = shmget(kShmKey, 0, 0);
+    const int sem = semget(kSemKey, 0, 0);
     auto adapter = std::make_unique<AdapterView>();
     ASSERT_TRUE(adapter->ok());
     EXPECT_EQ(first->terminate(), 0);
@@ -78,7 +79,10 @@ TEST_F(PnioSimTest, RestartUnderAnAttachedAdapterKeepsTheImage) {
 
     PnioSim second;
     ASSERT_TRUE(second.started()) << second.output();
+    EXPECT_NE(second.output().find("reusing the shared memory segment of the running adapter"), std::string::npos)
+        << second.output();
     EXPECT_EQ(shmget(kShmKey, 0, 0), shm) << "the adapter's segment was replaced";
+    EXPECT_EQ(semget(kSemKey, 0, 0), sem) << "the adapter's semaphore was replaced";
     const int plc = tcp_connect(second.port());
     ASSERT_GE(plc, 0);
     adapter->write_robot_input(pattern(7));
