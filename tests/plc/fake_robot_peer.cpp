@@ -1,11 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "fake_robot_peer.hpp"
 
+#include <gtest/gtest.h>
+
 #include "srci_plc/byte_order.hpp"
+#include "srci_plc/plc_telegram.hpp"
 
 namespace {
 
-uint16_t be16(const std::vector<uint8_t>& v, size_t off) { return srci_plc::get_u16be(&v[off]); }
 void put_be16(std::vector<uint8_t>& v, size_t off, uint16_t x) { srci_plc::put_u16be(&v[off], x); }
 
 }  // namespace
@@ -25,31 +27,25 @@ void FakeRobotPeer::respond(uint16_t cmd_id, uint8_t state, uint8_t par_seq, std
 
 void FakeRobotPeer::exchange(const std::vector<uint8_t>& tx, std::vector<uint8_t>& rx) {
     sent_by_client.push_back(tx);
-    const uint8_t control = tx[6] & 0x0F;
+    srci_plc::PlcTelegram t;
+    std::string error;
+    if (!srci_plc::decode_plc_telegram(tx.data(), tx.size(), false, t, error)) ADD_FAILURE() << error;
+    const auto control = static_cast<uint8_t>(t.control);
     controls.push_back(control);
-    const uint16_t tn = be16(tx, 10);
-    const size_t seq_off = (tn & 0x2) ? 20 : 18;
-    const uint16_t seq = be16(tx, seq_off);
-    seqs.push_back(seq);
+    seqs.push_back(t.seq);
 
     if (control == 3) telegram_state = 254;
     else if (control == 1 && telegram_state == 254) telegram_state = 255;
 
-    if (acknowledging && seq != last_seq_) {
-        last_seq_ = seq;
-        const size_t end = seq_off + 4 + be16(tx, seq_off + 2);
-        for (size_t pos = seq_off + 4; pos + 8 <= end;) {
-            const uint16_t id = be16(tx, pos);
-            const uint8_t action = tx[pos + 3];
-            const uint16_t len = be16(tx, pos + 6);
-            ReceivedCommand& c = partial_[id];
-            if (action & 0x06) c = ReceivedCommand{id, action, {}};
-            c.payload.insert(c.payload.end(), tx.begin() + static_cast<long>(pos + 8),
-                             tx.begin() + static_cast<long>(pos + 8 + len));
-            pos += 8 + len;
-            if (action & 0x01) {
+    if (acknowledging && t.seq != last_seq_) {
+        last_seq_ = t.seq;
+        for (const srci_plc::Fragment& f : t.fragments) {
+            ReceivedCommand& c = partial_[f.cmd_id];
+            if (f.action & 0x06) c = ReceivedCommand{f.cmd_id, f.action, {}};
+            c.payload.insert(c.payload.end(), f.data.begin(), f.data.end());
+            if (f.action & 0x01) {
                 const ReceivedCommand done = c;
-                partial_.erase(id);
+                partial_.erase(f.cmd_id);
                 received.push_back(done);
                 if (telegram_state == 255 && on_command) on_command(*this, done);
             }
@@ -63,7 +59,7 @@ void FakeRobotPeer::exchange(const std::vector<uint8_t>& tx, std::vector<uint8_t
     rx[3] = telegram_state;
     for (int i = 0; i < 4; ++i) rx[4 + static_cast<size_t>(i)] = static_cast<uint8_t>(status >> (8 * i));
     put_be16(rx, 8, 10000);
-    const size_t ack_off = 10 + ((tn & 0x2) ? 40 : 0) + ((tn & 0x4) ? 30 : 0);
+    const size_t ack_off = 10 + ((t.tn_rob_to_plc & 0x2) ? 40 : 0) + ((t.tn_rob_to_plc & 0x4) ? 30 : 0);
     if (last_sent_ack_ != last_seq_) {
         last_sent_ack_ = last_seq_;
         sequence_area_.clear();

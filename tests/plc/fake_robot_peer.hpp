@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
-// A scripted robot side for client tests. It decodes P->R telegrams with its
-// own minimal parser and answers like a robot that follows the wire rules:
+// A scripted robot side for client tests. It reads P->R telegrams with the client library's
+// decoder (whose encoder counterpart is pinned byte by byte against the SRCI standard's tables)
+// and answers like a robot that follows the wire rules:
 // ACK = last new SEQ, fresh responses only with a new ACK, repeats otherwise.
 #include <cstdint>
 #include <functional>

@@ -3,8 +3,8 @@
 // the SRCI standard's tables, a hand-built R->P telegram decoded, and payloads cut into fragments.
 #include <gtest/gtest.h>
 
+#include "plc_command.h"
 #include "plc_test.hpp"
-#include "srci_plc/command_catalog.hpp"
 #include "srci_plc/error_names.hpp"
 #include "srci_plc/outbox.hpp"
 #include "srci_plc/plc_telegram.hpp"
@@ -16,14 +16,8 @@ using namespace srci_plc;
 
 namespace {
 
-const CommandDef& cmd(const char* name) {
-    const CommandDef* d = find_command(name);
-    if (d == nullptr) throw std::runtime_error(std::string("missing command ") + name);
-    return *d;
-}
-
 std::vector<uint8_t> encode(const char* name, const ParamValues& params, uint8_t par_seq = 1, Timestamp at = {}) {
-    return encode_command(cmd(name), params, par_seq, at);
+    return encode_command(srci_test::command(name), params, par_seq, at);
 }
 
 std::vector<uint8_t> ramp(size_t n) {
@@ -191,19 +185,20 @@ TEST(CommandPayload, DecodesResponsesFieldByField) {
     put(r, 8, {0x27, 0x10});               // Progress 100.00 %
     put(r, 10, {0x40, 0x00, 0x00, 0x00});  // RemainingDistance 2.0
     std::map<std::string, double> got;
-    for (const auto& f : decode_fields(cmd("move-linear").response, r)) got[f.name] = std::get<double>(f.value);
+    for (const auto& f : decode_fields(srci_test::command("move-linear").response, r))
+        got[f.name] = std::get<double>(f.value);
     EXPECT_DOUBLE_EQ(got.at("progress"), 100.0);
     EXPECT_DOUBLE_EQ(got.at("remaining"), 2.0);
 
     // Fields beyond a short answer are left out rather than invented.
     r.resize(9);
-    for (const auto& f : decode_fields(cmd("move-linear").response, r)) EXPECT_NE(f.name, "progress");
+    for (const auto& f : decode_fields(srci_test::command("move-linear").response, r)) EXPECT_NE(f.name, "progress");
 
     std::vector<uint8_t> rd(134, 0);
     put(rd, 4, {'T', 'e', 's', 't'});
     put(rd, 96, {0xFE, 0xFF});
     std::map<std::string, std::string> text;
-    for (const auto& f : decode_fields(cmd("read-robot-data").response, rd))
+    for (const auto& f : decode_fields(srci_test::command("read-robot-data").response, rd))
         if (const auto* s = std::get_if<std::string>(&f.value)) text[f.name] = *s;
     EXPECT_EQ(text.at("manufacturer"), "Test");
     EXPECT_EQ(text.at("supported").substr(0, 6), "FEFF00");
