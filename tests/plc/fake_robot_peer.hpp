@@ -9,6 +9,7 @@
 #include <map>
 #include <vector>
 
+#include "srci_plc/plc_telegram.hpp"
 #include "srci_plc/transport.hpp"
 
 struct ReceivedCommand {
@@ -47,8 +48,8 @@ private:
     uint16_t last_seq_ = 0;
     int last_sent_ack_ = -1;
     uint8_t lifesign_ = 0;
-    std::vector<std::vector<uint8_t>> pending_;  // framed fragments
-    std::vector<uint8_t> sequence_area_;         // repeated while the ACK stays
+    std::vector<srci_plc::Fragment> pending_;
+    std::vector<srci_plc::Fragment> sequence_area_;  // repeated while the ACK stays
     std::map<uint16_t, ReceivedCommand> partial_;
 };
 

@@ -18,6 +18,7 @@
 #include "srci_plc/trace_format.hpp"
 #include "srci_plc/trace_pcapng.hpp"
 #include "srci_plc/trace_udp.hpp"
+#include "telegrams.hpp"
 #include "trace_command.hpp"
 
 namespace {
@@ -193,21 +194,18 @@ TEST(TraceEvents, ARobotMessageIsReportedOnceWithItsCodeAndText) {
         return srci_plc::encode_plc_telegram(t);
     };
     const auto robot = [](uint16_t ack, uint8_t msg_id, uint8_t par_seq) {
-        std::vector<uint8_t> r(256, 0);
-        r[0] = 0x25, r[3] = 255;
-        srci_plc::put_u16be(&r[10], ack);
-        srci_plc::put_u16be(&r[12], 8 + 170);
-        srci_plc::put_u16be(&r[14], 1);
-        r[17] = 0x05;
-        srci_plc::put_u16be(&r[20], 170);
-        uint8_t* p = &r[22];
-        p[0] = static_cast<uint8_t>(par_seq << 4 | 4), p[4] = msg_id, p[5] = 1;
+        std::vector<uint8_t> message(166, 0);
+        message[0] = msg_id, message[1] = 1;
         if (msg_id) {
-            p[15] = 28;
-            srci_plc::put_u32be(p + 16, 0x8F11);
-            std::memcpy(p + 20, "boom", 4);
+            message[11] = 28;
+            srci_plc::put_u32be(&message[12], 0x8F11);
+            std::memcpy(&message[16], "boom", 4);
         }
-        return r;
+        web_test::Robot r;
+        r.tn = 0;
+        r.ack = ack;
+        r.fragments = {web_test::response(1, static_cast<uint8_t>(par_seq << 4 | 4), 0, 0, message)};
+        return r.bytes();
     };
     std::vector<uint8_t> file;
     pnio_sim::trace::append_section_header(file, "test");
