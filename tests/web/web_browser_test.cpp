@@ -8,7 +8,6 @@
 #include <chrono>
 #include <cstdlib>
 #include <regex>
-#include <set>
 #include <thread>
 
 #include "devtools_pipe.hpp"
@@ -18,12 +17,6 @@ using namespace srci_test;
 using nlohmann::json;
 
 namespace {
-
-// Debian's chromium, or another build of it named by LIVE_VIEW_BROWSER.
-std::string browser_binary() {
-    const char* other = std::getenv("LIVE_VIEW_BROWSER");
-    return other && *other ? other : "/usr/bin/chromium";
-}
 
 // What the page shows right now: TelegramState, joint 1, and the two command tables.
 const char* const kReadPage = R"js(JSON.stringify({
@@ -40,7 +33,8 @@ bool is_move(const std::string& name) { return name.rfind("Move", 0) == 0; }
 using LiveViewInBrowser = ProcessChain;
 
 TEST_F(LiveViewInBrowser, ShowsTheDemoTourAsItRuns) {
-    const std::string chromium = browser_binary();
+    const char* other = std::getenv("LIVE_VIEW_BROWSER");  // another build than Debian's chromium
+    const std::string chromium = other && *other ? other : "/usr/bin/chromium";
     if (access(chromium.c_str(), X_OK) != 0) GTEST_SKIP() << "no browser: " << chromium << " is not installed";
     startGateway({"--web", "127.0.0.1:0", "--arm-socket", dir.file("srciport.sock")});
     const std::regex live_view(R"(live view on (http://\S+))");
