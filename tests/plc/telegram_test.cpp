@@ -5,6 +5,7 @@
 
 #include "plc_command.h"
 #include "plc_test.hpp"
+#include "srci_plc/byte_order.hpp"
 #include "srci_plc/error_names.hpp"
 #include "srci_plc/outbox.hpp"
 #include "srci_plc/plc_telegram.hpp"
@@ -98,6 +99,28 @@ TEST(PlcTelegram, RejectsWhatItCannotEncode) {
     PlcTelegram cyclic_out;
     cyclic_out.tn_plc_to_rob = telegram_number::kCartesian;
     EXPECT_THROW(encode_plc_telegram(cyclic_out), std::invalid_argument);
+}
+
+// A watcher of the link also meets clients that send optional cyclic data before the sequence:
+// each block is skipped by its size from the SRCI standard's table, a reserved one is refused.
+TEST(PlcTelegram, DecoderSkipsOptionalCyclicBlocksBySize) {
+    const struct {
+        uint16_t tn_plc_to_rob;
+        size_t size;  // 0: refused
+    } blocks[] = {
+        {1u << 0, 26}, {1u << 1, 34}, {1u << 2, 28}, {1u << 3, 24}, {1u << 9, 20}, {1u << 10, 20}, {1u << 5, 0},
+    };
+    for (const auto& b : blocks) {
+        std::vector<uint8_t> raw(256, 0);
+        put(raw, 0, {0x25, 0x01, 0x01, 0x00, 0x01, 0x00});
+        srci_plc::put_u16be(&raw[8], b.tn_plc_to_rob);
+        put(raw, 18 + b.size, {0x00, 0x07});  // SEQ 7, no fragments
+        PlcTelegram t;
+        std::string error;
+        EXPECT_EQ(decode_plc_telegram(raw.data(), raw.size(), false, t, error), b.size != 0) << b.tn_plc_to_rob;
+        if (b.size == 0) EXPECT_NE(error.find("reserved"), std::string::npos) << error;
+        else EXPECT_EQ(t.seq, 7) << b.tn_plc_to_rob;
+    }
 }
 
 TEST(CommandPayload, MoveAxesAbsoluteMatchesTable) {

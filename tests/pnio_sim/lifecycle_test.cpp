@@ -6,6 +6,7 @@
 #include <sys/shm.h>
 #include <unistd.h>
 
+#include <csignal>
 #include <memory>
 
 #include "ipc_helpers.hpp"
@@ -121,4 +122,16 @@ TEST_F(PnioSimTest, ImageIsOwnerOnlyUnlessAGroupIsGiven) {
         EXPECT_EQ(sds.sem_perm.mode & 0777, c.mode);
         EXPECT_EQ(sim.terminate(), 0);
     }
+}
+
+// Without --no-status pnio-sim reports the link on standard output once a second.
+TEST_F(PnioSimTest, ReportsTheLinkOnStandardOutputEverySecond) {
+    srci_test::TempDir dir;
+    srci_test::ChildProcess sim(PNIO_SIM_PATH, {"--port", "0"}, dir.path(), dir.file("pnio.out"));
+    EXPECT_TRUE(srci_test::eventually(
+        [&] { return srci_test::readFile(dir.file("pnio.out")).find("pnio-sim: disconnected") != std::string::npos; },
+        5000))
+        << srci_test::readFile(dir.file("pnio.out"));
+    sim.signal(SIGTERM);
+    EXPECT_TRUE(sim.waitExit(10000));
 }
