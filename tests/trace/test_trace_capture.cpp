@@ -18,8 +18,8 @@
 #include "process_chain.h"
 #include "srci_plc/byte_order.hpp"
 #include "srci_plc/client.hpp"
-#include "srci_plc/plc_telegram.hpp"
 #include "srci_plc/trace_format.hpp"
+#include "telegrams.hpp"
 
 using namespace srci_test;
 
@@ -225,14 +225,9 @@ TEST(TraceRobustness, TelegramsOfAnyLengthNeverBreakTheDissector) {
 // and stays silent on a clean pair.
 TEST(TraceExperts, EachExpertItemMarksWhatItIsMeantToCatch) {
     namespace fmt = srci_plc::trace_format;
+    // SEQ 9 with one new command of `cmd_type`; the header's P->R length as the case needs.
     const auto plc = [](uint16_t cmd_type, uint16_t length) {
-        srci_plc::PlcTelegram t;
-        t.tn_rob_to_plc = 0;
-        t.lifesign = 3;
-        t.seq = 9;
-        std::vector<uint8_t> cmd = {static_cast<uint8_t>(cmd_type >> 8), static_cast<uint8_t>(cmd_type), 2, 0x13};
-        t.fragments = {srci_plc::Fragment{1, 0x03, 0, cmd}};
-        auto bytes = srci_plc::encode_plc_telegram(t);
+        auto bytes = web_test::plc(9, {web_test::command(1, cmd_type)}, 0, 3);
         srci_plc::put_u16be(&bytes[2], length);
         return bytes;
     };

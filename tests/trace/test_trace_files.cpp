@@ -186,12 +186,9 @@ TEST(TraceFile, RotationKeepsTwoReadableFilesWithTheNewestExchanges) {
 // PLC would not read it either. A telegram that cannot be one is reported as malformed, either way.
 TEST(TraceEvents, ARobotMessageIsReportedOnceWithItsCodeAndText) {
     const auto plc = [](uint16_t seq, uint8_t action, uint8_t msg_id, uint8_t par_seq) {
-        srci_plc::PlcTelegram t;
-        t.tn_rob_to_plc = 0;
-        t.seq = seq;
-        t.fragments = {
-            srci_plc::Fragment{1, action, 0, {0x23, 0x29, 2, static_cast<uint8_t>(par_seq << 4 | 3), msg_id, 1, 20}}};
-        return srci_plc::encode_plc_telegram(t);
+        const std::vector<uint8_t> read_messages = {0x23,   0x29, 2, static_cast<uint8_t>(par_seq << 4 | 3),
+                                                    msg_id, 1,    20};
+        return web_test::plc(seq, {srci_plc::Fragment{1, action, 0, read_messages}}, 0);
     };
     const auto robot = [](uint16_t ack, uint8_t msg_id, uint8_t par_seq) {
         std::vector<uint8_t> message(166, 0);
