@@ -84,12 +84,10 @@ TEST_F(PnioSimTest, RestartUnderAnAttachedAdapterKeepsTheImage) {
         << second.output();
     EXPECT_EQ(shmget(kShmKey, 0, 0), shm) << "the adapter's segment was replaced";
     EXPECT_EQ(semget(kSemKey, 0, 0), sem) << "the adapter's semaphore was replaced";
-    const int plc = tcp_connect(second.port());
-    ASSERT_GE(plc, 0);
+    auto plc = connect_plc(second.port());
     adapter->write_robot_input(pattern(7));
     EXPECT_EQ(round_trip(plc, pattern(3)), pattern(7));
     EXPECT_EQ(adapter->plc_output(), pattern(3));
-    close(plc);
 
     adapter.reset();
     EXPECT_EQ(second.terminate(), 0);
