@@ -19,7 +19,6 @@ struct ReceivedCommand {
     uint16_t cmd_type() const {
         return static_cast<uint16_t>(payload.size() >= 2 ? (payload[0] << 8) | payload[1] : 0);
     }
-    uint8_t exec_mode() const { return payload.size() > 2 ? payload[2] & 0x0F : 0; }
     uint8_t par_seq() const { return payload.size() > 3 ? payload[3] >> 4 : 0; }
 };
 
