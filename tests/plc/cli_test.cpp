@@ -27,9 +27,11 @@ TEST(CliOutput, JsonEscapesTextAndNamesErrorCodes) {
     o.info.push_back(DecodedField{"text", FieldType::Chars, std::string("say \"hi\"\n")});
     o.info.push_back(DecodedField{"manufacturer", FieldType::Chars, std::string("Robo\xC0\xFF caf\xE9")});
     o.info.push_back(DecodedField{"x", FieldType::F32, std::numeric_limits<double>::quiet_NaN()});
+    o.info.push_back(DecodedField{"y", FieldType::F32, 2.5});
     o.ok = false;
     const auto j = nlohmann::json::parse(format_json(o));  // throws on invalid UTF-8 or escaping
     EXPECT_TRUE(j["data"]["x"].is_null()) << j;
+    EXPECT_EQ(j["data"]["y"], 2.5);
     EXPECT_EQ(j["data"]["text"], "say \"hi\"\n");
     EXPECT_EQ(j["data"]["manufacturer"].get<std::string>().substr(0, 4), "Robo");
     EXPECT_EQ(j["code_name"], "ERR_CMD_NOT_IMPLEMENTED");

@@ -1,11 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // What srci-plc accepts on its command line and how it explains robot codes:
 // nothing that would move the robot with values the user did not give.
-#include <arpa/inet.h>
 #include <gtest/gtest.h>
-#include <netinet/in.h>
-#include <sys/socket.h>
-#include <unistd.h>
 
 #include <fstream>
 #include <regex>
@@ -182,16 +178,7 @@ TEST(CliStartup, SaysWhatIsMissingAndReportsEverySecondWhileWaiting) {
     EXPECT_LE(waits.size(), 2u);
     EXPECT_EQ(waits[0], "waiting for the robot adapter (no lifesign yet)");
 
-    // A port nobody listens on: the port of a socket that was just closed.
-    const int fd = ::socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in addr{};
-    addr.sin_family = AF_INET;
-    addr.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t len = sizeof addr;
-    ASSERT_EQ(::bind(fd, reinterpret_cast<sockaddr*>(&addr), sizeof addr), 0);
-    ASSERT_EQ(::getsockname(fd, reinterpret_cast<sockaddr*>(&addr), &len), 0);
-    ::close(fd);
-    const std::string port = std::to_string(ntohs(addr.sin_port));
-    EXPECT_EQ(error_of<TransportError>([&] { TcpTransport t("127.0.0.1", ntohs(addr.sin_port), 100); }),
-              "nothing listens on 127.0.0.1:" + port + ": start pnio-sim");
+    // Port 1 needs root to listen on and nothing does.
+    EXPECT_EQ(error_of<TransportError>([] { TcpTransport t("127.0.0.1", 1, 100); }),
+              "nothing listens on 127.0.0.1:1: start pnio-sim");
 }

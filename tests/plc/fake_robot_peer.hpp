@@ -1,13 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
-// A scripted robot side for client tests. It decodes P->R telegrams with its
-// own minimal parser and answers like a robot that follows the wire rules:
+// A scripted robot side for client tests. It reads P->R telegrams with the client library's
+// decoder (whose encoder counterpart is pinned byte by byte against the SRCI standard's tables)
+// and answers like a robot that follows the wire rules:
 // ACK = last new SEQ, fresh responses only with a new ACK, repeats otherwise.
 #include <cstdint>
 #include <functional>
 #include <map>
 #include <vector>
 
+#include "srci_plc/plc_telegram.hpp"
 #include "srci_plc/transport.hpp"
 
 struct ReceivedCommand {
@@ -17,7 +19,6 @@ struct ReceivedCommand {
     uint16_t cmd_type() const {
         return static_cast<uint16_t>(payload.size() >= 2 ? (payload[0] << 8) | payload[1] : 0);
     }
-    uint8_t exec_mode() const { return payload.size() > 2 ? payload[2] & 0x0F : 0; }
     uint8_t par_seq() const { return payload.size() > 3 ? payload[3] >> 4 : 0; }
 };
 
@@ -46,8 +47,8 @@ private:
     uint16_t last_seq_ = 0;
     int last_sent_ack_ = -1;
     uint8_t lifesign_ = 0;
-    std::vector<std::vector<uint8_t>> pending_;  // framed fragments
-    std::vector<uint8_t> sequence_area_;         // repeated while the ACK stays
+    std::vector<srci_plc::Fragment> pending_;
+    std::vector<srci_plc::Fragment> sequence_area_;  // repeated while the ACK stays
     std::map<uint16_t, ReceivedCommand> partial_;
 };
 

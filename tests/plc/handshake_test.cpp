@@ -139,13 +139,11 @@ TEST(ClientSequence, StopAndWaitRepeatsContentUntilAcknowledgedAndWrapsAt254) {
 // not one stop-and-wait round later.
 TEST(ClientSequence, CommandSubmittedBetweenCyclesLeavesWithTheNextTelegram) {
     FakeRobotPeer peer;
-    script(peer);
-    Client client(peer, fast_options());
-    client.connect();
-    for (int i = 0; i < 5; ++i) client.cycle();
+    auto client = connected(peer);
+    for (int i = 0; i < 5; ++i) client->cycle();
     const size_t before = peer.received.size();
-    client.submit(*find_command("reset"), {});
-    client.cycle();
+    client->submit(*find_command("reset"), {});
+    client->cycle();
     ASSERT_EQ(peer.received.size(), before + 1);
     EXPECT_EQ(peer.received.back().cmd_type(), 1001);
 }

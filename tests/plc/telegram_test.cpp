@@ -3,8 +3,9 @@
 // the SRCI standard's tables, a hand-built R->P telegram decoded, and payloads cut into fragments.
 #include <gtest/gtest.h>
 
+#include "plc_command.h"
 #include "plc_test.hpp"
-#include "srci_plc/command_catalog.hpp"
+#include "srci_plc/byte_order.hpp"
 #include "srci_plc/error_names.hpp"
 #include "srci_plc/outbox.hpp"
 #include "srci_plc/plc_telegram.hpp"
@@ -16,14 +17,8 @@ using namespace srci_plc;
 
 namespace {
 
-const CommandDef& cmd(const char* name) {
-    const CommandDef* d = find_command(name);
-    if (d == nullptr) throw std::runtime_error(std::string("missing command ") + name);
-    return *d;
-}
-
 std::vector<uint8_t> encode(const char* name, const ParamValues& params, uint8_t par_seq = 1, Timestamp at = {}) {
-    return encode_command(cmd(name), params, par_seq, at);
+    return encode_command(srci_test::command(name), params, par_seq, at);
 }
 
 std::vector<uint8_t> ramp(size_t n) {
@@ -104,6 +99,28 @@ TEST(PlcTelegram, RejectsWhatItCannotEncode) {
     PlcTelegram cyclic_out;
     cyclic_out.tn_plc_to_rob = telegram_number::kCartesian;
     EXPECT_THROW(encode_plc_telegram(cyclic_out), std::invalid_argument);
+}
+
+// A watcher of the link also meets clients that send optional cyclic data before the sequence:
+// each block is skipped by its size from the SRCI standard's table, a reserved one is refused.
+TEST(PlcTelegram, DecoderSkipsOptionalCyclicBlocksBySize) {
+    const struct {
+        uint16_t tn_plc_to_rob;
+        size_t size;  // 0: refused
+    } blocks[] = {
+        {1u << 0, 26}, {1u << 1, 34}, {1u << 2, 28}, {1u << 3, 24}, {1u << 9, 20}, {1u << 10, 20}, {1u << 5, 0},
+    };
+    for (const auto& b : blocks) {
+        std::vector<uint8_t> raw(256, 0);
+        put(raw, 0, {0x25, 0x01, 0x01, 0x00, 0x01, 0x00});
+        srci_plc::put_u16be(&raw[8], b.tn_plc_to_rob);
+        put(raw, 18 + b.size, {0x00, 0x07});  // SEQ 7, no fragments
+        PlcTelegram t;
+        std::string error;
+        EXPECT_EQ(decode_plc_telegram(raw.data(), raw.size(), false, t, error), b.size != 0) << b.tn_plc_to_rob;
+        if (b.size == 0) EXPECT_NE(error.find("reserved"), std::string::npos) << error;
+        else EXPECT_EQ(t.seq, 7) << b.tn_plc_to_rob;
+    }
 }
 
 TEST(CommandPayload, MoveAxesAbsoluteMatchesTable) {
@@ -191,19 +208,20 @@ TEST(CommandPayload, DecodesResponsesFieldByField) {
     put(r, 8, {0x27, 0x10});               // Progress 100.00 %
     put(r, 10, {0x40, 0x00, 0x00, 0x00});  // RemainingDistance 2.0
     std::map<std::string, double> got;
-    for (const auto& f : decode_fields(cmd("move-linear").response, r)) got[f.name] = std::get<double>(f.value);
+    for (const auto& f : decode_fields(srci_test::command("move-linear").response, r))
+        got[f.name] = std::get<double>(f.value);
     EXPECT_DOUBLE_EQ(got.at("progress"), 100.0);
     EXPECT_DOUBLE_EQ(got.at("remaining"), 2.0);
 
     // Fields beyond a short answer are left out rather than invented.
     r.resize(9);
-    for (const auto& f : decode_fields(cmd("move-linear").response, r)) EXPECT_NE(f.name, "progress");
+    for (const auto& f : decode_fields(srci_test::command("move-linear").response, r)) EXPECT_NE(f.name, "progress");
 
     std::vector<uint8_t> rd(134, 0);
     put(rd, 4, {'T', 'e', 's', 't'});
     put(rd, 96, {0xFE, 0xFF});
     std::map<std::string, std::string> text;
-    for (const auto& f : decode_fields(cmd("read-robot-data").response, rd))
+    for (const auto& f : decode_fields(srci_test::command("read-robot-data").response, rd))
         if (const auto* s = std::get_if<std::string>(&f.value)) text[f.name] = *s;
     EXPECT_EQ(text.at("manufacturer"), "Test");
     EXPECT_EQ(text.at("supported").substr(0, 6), "FEFF00");

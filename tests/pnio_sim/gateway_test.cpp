@@ -1,7 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
 // pnio-sim as the robot adapter and a PLC client see it.
-#include <unistd.h>
-
 #include <memory>
 
 #include "ipc_helpers.hpp"
@@ -37,9 +35,8 @@ TEST_F(Gateway, BridgesTelegramsBothWaysThroughTheProcessImage) {
     EXPECT_STREQ(idle.state.adapter_name, "pnio-sim");
     EXPECT_EQ(adapter->plc_output(), zeros);
 
-    const int plc = tcp_connect(sim->port());
-    ASSERT_GE(plc, 0);
-    EXPECT_TRUE(stays_silent(plc, 300));  // never sends unasked
+    auto plc = connect_plc(sim->port());
+    EXPECT_EQ(receive_error(plc), "no complete answer within 1000 ms");  // never sends unasked
 
     EXPECT_EQ(round_trip(plc, pattern(1)), zeros);
     EXPECT_EQ(adapter->plc_output(), pattern(1));
@@ -53,30 +50,29 @@ TEST_F(Gateway, BridgesTelegramsBothWaysThroughTheProcessImage) {
 
     // While the adapter holds the semaphore the gateway must not touch the image.
     adapter->hold_semaphore();
-    ASSERT_TRUE(send_bytes(plc, pattern(3)));
-    EXPECT_TRUE(stays_silent(plc, 300));
+    plc.send(pattern(3));
+    EXPECT_EQ(receive_error(plc), "no complete answer within 1000 ms");
     adapter->release_semaphore();
-    EXPECT_EQ(receive(plc), pattern(50));
+    std::vector<uint8_t> held_back(kTelegramSize);
+    plc.receive(held_back);
+    EXPECT_EQ(held_back, pattern(50));
     EXPECT_EQ(adapter->plc_output(), pattern(3));
 
     // A telegram split over several writes is still one telegram.
     const std::vector<uint8_t> t = pattern(4);
-    ASSERT_TRUE(send_bytes(plc, std::vector<uint8_t>(t.begin(), t.begin() + 100)));
+    plc.send(std::vector<uint8_t>(t.begin(), t.begin() + 100));
     EXPECT_EQ(round_trip(plc, std::vector<uint8_t>(t.begin() + 100, t.end())), pattern(50));
     EXPECT_EQ(adapter->plc_output(), t);
-    close(plc);
 }
 
 TEST_F(Gateway, PartialTelegramDropsTheClientWithoutDisturbingTheImage) {
     adapter->write_robot_input(pattern(60));
-    const int plc = tcp_connect(sim->port());
-    ASSERT_GE(plc, 0);
+    auto plc = connect_plc(sim->port());
     EXPECT_EQ(round_trip(plc, pattern(5)), pattern(60));
 
     const std::vector<uint8_t> whole = pattern(6);
-    ASSERT_TRUE(send_bytes(plc, std::vector<uint8_t>(whole.begin(), whole.begin() + 100)));
-    EXPECT_TRUE(closed_by_peer(plc));
-    close(plc);
+    plc.send(std::vector<uint8_t>(whole.begin(), whole.begin() + 100));
+    EXPECT_EQ(receive_error(plc), "connection closed by the gateway");
 
     // The half telegram never reached the robot; without a PLC the output is zero.
     EXPECT_EQ(adapter->plc_output(), zeros);
@@ -84,18 +80,15 @@ TEST_F(Gateway, PartialTelegramDropsTheClientWithoutDisturbingTheImage) {
     EXPECT_EQ(int32_t{adapter->snapshot().state.state}, kStateNoPlc);
     EXPECT_NE(sim->output().find("partial telegram"), std::string::npos) << sim->output();
 
-    const int again = tcp_connect(sim->port());
+    auto again = connect_plc(sim->port());
     EXPECT_EQ(round_trip(again, pattern(7)), pattern(60));
-    close(again);
 }
 
 TEST_F(Gateway, NewClientReplacesTheOldOne) {
-    const int first = tcp_connect(sim->port());
+    auto first = connect_plc(sim->port());
     EXPECT_EQ(round_trip(first, pattern(8)), zeros);
-    const int second = tcp_connect(sim->port());
+    auto second = connect_plc(sim->port());
     EXPECT_EQ(round_trip(second, pattern(9)), zeros);
     EXPECT_EQ(adapter->plc_output(), pattern(9));
-    EXPECT_TRUE(closed_by_peer(first));
-    close(first);
-    close(second);
+    EXPECT_EQ(receive_error(first), "connection closed by the gateway");
 }

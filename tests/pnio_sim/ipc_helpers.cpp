@@ -1,14 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "ipc_helpers.hpp"
 
-#include <arpa/inet.h>
-#include <netinet/in.h>
-#include <poll.h>
 #include <sys/ipc.h>
 #include <sys/sem.h>
 #include <sys/shm.h>
-#include <sys/socket.h>
-#include <unistd.h>
 
 #include <csignal>
 #include <cstring>
@@ -103,43 +98,20 @@ PNDevShm AdapterView::snapshot() {
     return copy;
 }
 
-int tcp_connect(uint16_t port) {
-    const int fd = socket(AF_INET, SOCK_STREAM, 0);
-    const timeval timeout{5, 0};
-    setsockopt(fd, SOL_SOCKET, SO_RCVTIMEO, &timeout, sizeof timeout);
-    sockaddr_in a{};
-    a.sin_family = AF_INET;
-    a.sin_port = htons(port);
-    a.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    if (connect(fd, reinterpret_cast<sockaddr*>(&a), sizeof a) != 0) {
-        close(fd);
-        return -1;
+std::vector<uint8_t> round_trip(srci_plc::Transport& plc, const std::vector<uint8_t>& telegram) {
+    std::vector<uint8_t> answer(kTelegramSize);
+    plc.exchange(telegram, answer);
+    return answer;
+}
+
+std::string receive_error(srci_plc::Transport& plc) {
+    std::vector<uint8_t> answer(kTelegramSize);
+    try {
+        plc.receive(answer);
+    } catch (const srci_plc::TransportError& e) {
+        return e.what();
     }
-    return fd;
-}
-
-bool send_bytes(int fd, const std::vector<uint8_t>& data) {
-    return send(fd, data.data(), data.size(), MSG_NOSIGNAL) == static_cast<ssize_t>(data.size());
-}
-
-std::vector<uint8_t> receive(int fd) {
-    std::vector<uint8_t> t(kTelegramSize);
-    if (recv(fd, t.data(), t.size(), MSG_WAITALL) != static_cast<ssize_t>(t.size())) t.clear();
-    return t;
-}
-
-std::vector<uint8_t> round_trip(int fd, const std::vector<uint8_t>& telegram) {
-    return send_bytes(fd, telegram) ? receive(fd) : std::vector<uint8_t>{};
-}
-
-bool closed_by_peer(int fd) {
-    char c;
-    return recv(fd, &c, 1, 0) == 0;
-}
-
-bool stays_silent(int fd, int timeout_ms) {
-    pollfd p{fd, POLLIN, 0};
-    return poll(&p, 1, timeout_ms) == 0;
+    return "";
 }
 
 std::vector<uint8_t> pattern(uint8_t seed) {

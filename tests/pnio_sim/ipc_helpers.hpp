@@ -10,6 +10,7 @@
 #include "child_process.h"
 #include "pnio_sim/pndev_shm.hpp"
 #include "process_image.h"
+#include "srci_plc/transport.hpp"
 
 // Every test starts without the fixed IPC keys in use.
 class PnioSimTest : public ::testing::Test {
@@ -65,14 +66,10 @@ private:
     pnio_sim::PNDevShm* image_ = nullptr;
 };
 
-// A PLC's connection; every receive gives up after 5 s.
-int tcp_connect(uint16_t port);
-bool send_bytes(int fd, const std::vector<uint8_t>& data);
-// One whole telegram; empty when it does not arrive.
-std::vector<uint8_t> receive(int fd);
-std::vector<uint8_t> round_trip(int fd, const std::vector<uint8_t>& telegram);
-// True when the peer closed the connection.
-bool closed_by_peer(int fd);
-// True when nothing arrives within timeout_ms.
-bool stays_silent(int fd, int timeout_ms);
+// A PLC's connection is the client library's transport; it waits 1 s for an answer, which is also
+// how long "nothing arrives" is watched.
+inline srci_plc::TcpTransport connect_plc(uint16_t port) { return {"127.0.0.1", port, 1000}; }
+std::vector<uint8_t> round_trip(srci_plc::Transport& plc, const std::vector<uint8_t>& telegram);
+// Why no whole telegram arrives ("no complete answer ...", "connection closed ..."); "" when one does.
+std::string receive_error(srci_plc::Transport& plc);
 std::vector<uint8_t> pattern(uint8_t seed);

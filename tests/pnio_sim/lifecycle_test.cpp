@@ -6,6 +6,7 @@
 #include <sys/shm.h>
 #include <unistd.h>
 
+#include <csignal>
 #include <memory>
 
 #include "ipc_helpers.hpp"
@@ -69,6 +70,7 @@ TEST_F(PnioSimTest, RestartUnderAnAttachedAdapterKeepsTheImage) {
     auto first = std::make_unique<PnioSim>();
     ASSERT_TRUE(first->started()) << first->output();
     const int shm = shmget(kShmKey, 0, 0);
+    const int sem = semget(kSemKey, 0, 0);
     auto adapter = std::make_unique<AdapterView>();
     ASSERT_TRUE(adapter->ok());
     EXPECT_EQ(first->terminate(), 0);
@@ -78,13 +80,14 @@ TEST_F(PnioSimTest, RestartUnderAnAttachedAdapterKeepsTheImage) {
 
     PnioSim second;
     ASSERT_TRUE(second.started()) << second.output();
+    EXPECT_NE(second.output().find("reusing the shared memory segment of the running adapter"), std::string::npos)
+        << second.output();
     EXPECT_EQ(shmget(kShmKey, 0, 0), shm) << "the adapter's segment was replaced";
-    const int plc = tcp_connect(second.port());
-    ASSERT_GE(plc, 0);
+    EXPECT_EQ(semget(kSemKey, 0, 0), sem) << "the adapter's semaphore was replaced";
+    auto plc = connect_plc(second.port());
     adapter->write_robot_input(pattern(7));
     EXPECT_EQ(round_trip(plc, pattern(3)), pattern(7));
     EXPECT_EQ(adapter->plc_output(), pattern(3));
-    close(plc);
 
     adapter.reset();
     EXPECT_EQ(second.terminate(), 0);
@@ -117,4 +120,16 @@ TEST_F(PnioSimTest, ImageIsOwnerOnlyUnlessAGroupIsGiven) {
         EXPECT_EQ(sds.sem_perm.mode & 0777, c.mode);
         EXPECT_EQ(sim.terminate(), 0);
     }
+}
+
+// Without --no-status pnio-sim reports the link on standard output once a second.
+TEST_F(PnioSimTest, ReportsTheLinkOnStandardOutputEverySecond) {
+    srci_test::TempDir dir;
+    srci_test::ChildProcess sim(PNIO_SIM_PATH, {"--port", "0"}, dir.path(), dir.file("pnio.out"));
+    EXPECT_TRUE(srci_test::eventually(
+        [&] { return srci_test::readFile(dir.file("pnio.out")).find("pnio-sim: disconnected") != std::string::npos; },
+        5000))
+        << srci_test::readFile(dir.file("pnio.out"));
+    sim.signal(SIGTERM);
+    EXPECT_TRUE(sim.waitExit(10000));
 }

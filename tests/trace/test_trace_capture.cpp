@@ -1,13 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 // Captures recorded by pnio-sim --trace from real runs of the chain (pnio-sim, srci_server,
-// srci-plc or a raw client), read by tshark with the Lua dissector and by srci-plc trace. Every
-// capture must decode without a Lua error or a malformed frame; the decoded fields must be the
+// srci-plc or the client library), read by tshark with the Lua dissector and by srci-plc trace.
+// Every capture must decode without a Lua error or a malformed frame; the decoded fields must be the
 // ones that were sent. The short checked-in capture must print exactly its golden tshark -V text.
-#include <arpa/inet.h>
 #include <gtest/gtest.h>
-#include <netinet/in.h>
-#include <sys/socket.h>
-#include <unistd.h>
 
 #include <csignal>
 #include <cstdio>
@@ -17,11 +13,13 @@
 #include <regex>
 #include <sstream>
 
+#include "plc_command.h"
 #include "pnio_sim/trace_pcapng.hpp"
 #include "process_chain.h"
 #include "srci_plc/byte_order.hpp"
-#include "srci_plc/plc_telegram.hpp"
+#include "srci_plc/client.hpp"
 #include "srci_plc/trace_format.hpp"
+#include "telegrams.hpp"
 
 using namespace srci_test;
 
@@ -110,26 +108,6 @@ protected:
         return readFile(out);
     }
 
-    int raw_connect() {
-        const int fd = socket(AF_INET, SOCK_STREAM, 0);
-        sockaddr_in addr{};
-        addr.sin_family = AF_INET;
-        addr.sin_port = htons(static_cast<uint16_t>(std::stoi(port)));
-        addr.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        EXPECT_EQ(connect(fd, reinterpret_cast<sockaddr*>(&addr), sizeof addr), 0);
-        return fd;
-    }
-
-    static bool exchange(int fd, const std::vector<uint8_t>& tel, uint8_t* answer) {
-        if (write(fd, tel.data(), tel.size()) != static_cast<ssize_t>(tel.size())) return false;
-        for (size_t got = 0; got < 256;) {
-            const ssize_t n = read(fd, answer + got, 256 - got);
-            if (n <= 0) return false;
-            got += static_cast<size_t>(n);
-        }
-        return true;
-    }
-
     std::string trace;
 };
 
@@ -176,68 +154,30 @@ TEST_F(TraceCapture, TheDemoTourDecodesWithEveryParameterItWasSent) {
         EXPECT_NE(text.find(want), std::string::npos) << want << "\n" << text;
 }
 
-TEST_F(TraceCapture, AMalformedTelegramBurstIsFlaggedNotCrashed) {
-    startServer();
-    const int fd = raw_connect();
-    uint8_t answer[256];
-    std::vector<uint8_t> junk(256);
-    srand(14);
-    for (int t = 0; t < 200; ++t) {
-        for (auto& b : junk) b = static_cast<uint8_t>(rand());
-        junk[1] = 0x05, junk[255] = 0x0A;  // make sure the torn-lifesign check has something to find
-        ASSERT_TRUE(exchange(fd, junk, answer));
-    }
-    close(fd);
-    kill_recorder();
-    expect_clean_dissection(trace, dir.path());
-    EXPECT_GE(fields("srci.expert.lifesign_mismatch", "frame.number").size(), 200u);
-    EXPECT_FALSE(
-        fields("srci.expert.length || srci.expert.overrun || srci.expert.reserved_bit", "frame.number").empty());
-    EXPECT_NE(trace_text().find("malformed  PLC telegram"), std::string::npos);
-}
-
+// Two work-area records do not fit one sequence area together: the client sends the second in two
+// parts, and the dissector and srci-plc trace must show it whole.
 TEST_F(TraceCapture, AFragmentedCommandIsReassembled) {
     startServer();
-    const int fd = raw_connect();
-    uint8_t answer[256] = {};
-    srci_plc::PlcTelegram t;
-    t.tn_rob_to_plc = 0;
-    t.control = srci_plc::Control::Reset;
-    uint8_t life = 0;
-    const auto send = [&] {
-        life = static_cast<uint8_t>(life % 15 + 1);
-        t.lifesign = life;
-        return exchange(fd, srci_plc::encode_plc_telegram(t), answer);
-    };
-    for (int i = 0; i < 500 && answer[3] != 255; ++i) {  // RESET, then INITIALIZE until initialized
-        if (answer[3] == 254) t.control = srci_plc::Control::Initialize;
-        ASSERT_TRUE(send());
+    {
+        srci_plc::TcpTransport link("127.0.0.1", static_cast<uint16_t>(std::stoi(port)), 5000);
+        srci_plc::ClientOptions options;
+        options.cycle_ms = 0;
+        srci_plc::Client client(link, options);
+        client.connect();
+        const srci_plc::CommandDef& write = command("write-workarea");
+        const uint16_t first = client.submit(write, {{"area", 1}, {"radius", 10}});
+        const uint16_t second = client.submit(write, {{"area", 2}, {"radius", 20}});
+        client.wait(first, srci_plc::WaitFor::Final, 10000);
+        client.wait(second, srci_plc::WaitFor::Final, 10000);
     }
-    ASSERT_EQ(answer[3], 255);
-    t.control = srci_plc::Control::None;
-    // WriteToolData for tool 7 with Z = 123 mm, sent in two parts of 20 and 19 bytes.
-    std::vector<uint8_t> cmd(39, 0);
-    srci_plc::put_u16be(&cmd[0], 5205);
-    cmd[2] = 2, cmd[3] = 0x13;
-    srci_plc::put_f32be(&cmd[18], 123.0f);
-    cmd[38] = 7;
-    const std::pair<uint16_t, uint8_t> parts[] = {{0, 0x02}, {20, 0x01}};
-    for (const auto& [pointer, action] : parts) {
-        t.seq = static_cast<uint16_t>(t.seq + 1);
-        const size_t end = pointer == 0 ? 20 : cmd.size();
-        t.fragments = {
-            srci_plc::Fragment{1, action, pointer, {cmd.begin() + pointer, cmd.begin() + static_cast<long>(end)}}};
-        for (int i = 0; i < 500 && srci_plc::get_u16be(answer + 10) != t.seq; ++i) ASSERT_TRUE(send());
-    }
-    for (int i = 0; i < 10; ++i) ASSERT_TRUE(send());
-    close(fd);
     kill_recorder();
     expect_clean_dissection(trace, dir.path());
-    EXPECT_TRUE(any_contains(
-        fields("srci.reassembled.fragments == 2", "srci.cmd.type srci.cmd.z srci.cmd.tool_no srci.reassembled.length"),
-        "WriteToolData,123,7,39"));
+    EXPECT_TRUE(any_contains(fields("srci.reassembled.fragments == 2",
+                                    "srci.cmd.type srci.cmd.work_area_no srci.cmd.radius srci.reassembled.length"),
+                             "WriteWorkArea,2,20,154"));
     EXPECT_TRUE(fields("srci.expert.pointer", "frame.number").empty()) << "the second part continues the first";
-    EXPECT_NE(trace_text().find("command    #1 WriteToolData z=123.000 tool=7"), std::string::npos) << trace_text();
+    const std::string text = trace_text();
+    EXPECT_NE(text.find("WriteWorkArea area=2"), std::string::npos) << text;
 }
 
 TEST_F(TraceCapture, ALostLifesignShowsAsTelegramState165AndTheReset) {
@@ -285,14 +225,9 @@ TEST(TraceRobustness, TelegramsOfAnyLengthNeverBreakTheDissector) {
 // and stays silent on a clean pair.
 TEST(TraceExperts, EachExpertItemMarksWhatItIsMeantToCatch) {
     namespace fmt = srci_plc::trace_format;
+    // SEQ 9 with one new command of `cmd_type`; the header's P->R length as the case needs.
     const auto plc = [](uint16_t cmd_type, uint16_t length) {
-        srci_plc::PlcTelegram t;
-        t.tn_rob_to_plc = 0;
-        t.lifesign = 3;
-        t.seq = 9;
-        std::vector<uint8_t> cmd = {static_cast<uint8_t>(cmd_type >> 8), static_cast<uint8_t>(cmd_type), 2, 0x13};
-        t.fragments = {srci_plc::Fragment{1, 0x03, 0, cmd}};
-        auto bytes = srci_plc::encode_plc_telegram(t);
+        auto bytes = web_test::plc(9, {web_test::command(1, cmd_type)}, 0, 3);
         srci_plc::put_u16be(&bytes[2], length);
         return bytes;
     };

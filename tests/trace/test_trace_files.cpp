@@ -18,6 +18,7 @@
 #include "srci_plc/trace_format.hpp"
 #include "srci_plc/trace_pcapng.hpp"
 #include "srci_plc/trace_udp.hpp"
+#include "telegrams.hpp"
 #include "trace_command.hpp"
 
 namespace {
@@ -182,40 +183,35 @@ TEST(TraceFile, RotationKeepsTwoReadableFilesWithTheNewestExchanges) {
 
 // A robot message reaches the trace once, whatever the robot repeats, and the PLC's
 // acknowledgement shows as a parameter update; content under an unchanged ACK is not read, as the
-// PLC would not read it either.
+// PLC would not read it either. A telegram that cannot be one is reported as malformed, either way.
 TEST(TraceEvents, ARobotMessageIsReportedOnceWithItsCodeAndText) {
     const auto plc = [](uint16_t seq, uint8_t action, uint8_t msg_id, uint8_t par_seq) {
-        srci_plc::PlcTelegram t;
-        t.tn_rob_to_plc = 0;
-        t.seq = seq;
-        t.fragments = {
-            srci_plc::Fragment{1, action, 0, {0x23, 0x29, 2, static_cast<uint8_t>(par_seq << 4 | 3), msg_id, 1, 20}}};
-        return srci_plc::encode_plc_telegram(t);
+        const std::vector<uint8_t> read_messages = {0x23,   0x29, 2, static_cast<uint8_t>(par_seq << 4 | 3),
+                                                    msg_id, 1,    20};
+        return web_test::plc(seq, {srci_plc::Fragment{1, action, 0, read_messages}}, 0);
     };
     const auto robot = [](uint16_t ack, uint8_t msg_id, uint8_t par_seq) {
-        std::vector<uint8_t> r(256, 0);
-        r[0] = 0x25, r[3] = 255;
-        srci_plc::put_u16be(&r[10], ack);
-        srci_plc::put_u16be(&r[12], 8 + 170);
-        srci_plc::put_u16be(&r[14], 1);
-        r[17] = 0x05;
-        srci_plc::put_u16be(&r[20], 170);
-        uint8_t* p = &r[22];
-        p[0] = static_cast<uint8_t>(par_seq << 4 | 4), p[4] = msg_id, p[5] = 1;
+        std::vector<uint8_t> message(166, 0);
+        message[0] = msg_id, message[1] = 1;
         if (msg_id) {
-            p[15] = 28;
-            srci_plc::put_u32be(p + 16, 0x8F11);
-            std::memcpy(p + 20, "boom", 4);
+            message[11] = 28;
+            srci_plc::put_u32be(&message[12], 0x8F11);
+            std::memcpy(&message[16], "boom", 4);
         }
-        return r;
+        web_test::Robot r;
+        r.tn = 0;
+        r.ack = ack;
+        r.fragments = {web_test::response(1, static_cast<uint8_t>(par_seq << 4 | 4), 0, 0, message)};
+        return r.bytes();
     };
     std::vector<uint8_t> file;
     pnio_sim::trace::append_section_header(file, "test");
     pnio_sim::trace::append_interface(file);
     const std::pair<bool, std::vector<uint8_t>> telegrams[] = {
-        {true, plc(1, 0x03, 0, 1)}, {false, robot(1, 7, 1)},
-        {true, plc(1, 0x03, 0, 1)}, {false, robot(1, 8, 1)},   // same ACK: the PLC does not look again
-        {true, plc(2, 0x05, 7, 2)}, {false, robot(2, 7, 2)}};  // new ACK, the message already seen
+        {true, plc(1, 0x03, 0, 1)},          {false, robot(1, 7, 1)},
+        {true, plc(1, 0x03, 0, 1)},          {false, robot(1, 8, 1)},  // same ACK: the PLC does not look again
+        {true, plc(2, 0x05, 7, 2)},          {false, robot(2, 7, 2)},  // new ACK, the message already seen
+        {true, std::vector<uint8_t>(10, 0)}, {false, std::vector<uint8_t>(10, 0)}};  // too short for telegrams
     uint16_t id = 0;
     for (const auto& [from_plc, bytes] : telegrams) {
         pnio_sim::trace::append_udp_packet(file, 1000u + id, from_plc ? fmt::kPlcPort : fmt::kRobotPort,
@@ -228,7 +224,9 @@ TEST(TraceEvents, ARobotMessageIsReportedOnceWithItsCodeAndText) {
     decoder.finish(events);
     std::string kinds;
     for (const auto& e : events) kinds += std::string(srci_plc::trace_event_kind_name(e.kind)) + " ";
-    EXPECT_EQ(kinds, "command link message answer update answer ");
+    EXPECT_EQ(kinds, "command link message answer update answer malformed malformed ");
+    EXPECT_NE(events[events.size() - 2].text.find("PLC telegram"), std::string::npos) << events[events.size() - 2].text;
+    EXPECT_NE(events.back().text.find("robot telegram"), std::string::npos) << events.back().text;
     for (const auto& e : events)
         if (e.kind == srci_plc::TraceEventKind::Message) {
             EXPECT_EQ(e.code, 0x8F11u);

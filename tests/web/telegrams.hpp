@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
-// Telegram pairs for the live view's tests: the PLC side through the client library's encoder, the
-// robot side built byte by byte here from the wire layout.
+// Telegram pairs for the tests of the live view, the trace and the client's scripted robot: the PLC
+// side through the client library's encoder, the robot side built byte by byte here from the wire
+// layout (the client library only decodes that side).
 #include <array>
 #include <cstdint>
 #include <cstring>

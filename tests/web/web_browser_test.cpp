@@ -8,23 +8,15 @@
 #include <chrono>
 #include <cstdlib>
 #include <regex>
-#include <set>
 #include <thread>
 
-#include "child_process.h"
 #include "devtools_pipe.hpp"
-#include "process_image.h"
+#include "process_chain.h"
 
 using namespace srci_test;
 using nlohmann::json;
 
 namespace {
-
-// Debian's chromium, or another build of it named by LIVE_VIEW_BROWSER.
-std::string browser_binary() {
-    const char* other = std::getenv("LIVE_VIEW_BROWSER");
-    return other && *other ? other : "/usr/bin/chromium";
-}
 
 // What the page shows right now: TelegramState, joint 1, and the two command tables.
 const char* const kReadPage = R"js(JSON.stringify({
@@ -36,45 +28,26 @@ const char* const kReadPage = R"js(JSON.stringify({
 
 bool is_move(const std::string& name) { return name.rfind("Move", 0) == 0; }
 
-std::string wait_for(const std::string& file, const std::regex& pattern) {
-    std::smatch m;
-    std::string found;
-    eventually(
-        [&] {
-            const std::string out = readFile(file);
-            if (!std::regex_search(out, m, pattern)) return false;
-            found = m[1];
-            return true;
-        },
-        15000);
-    return found;
-}
-
 }  // namespace
 
-TEST(LiveViewInBrowser, ShowsTheDemoTourAsItRuns) {
-    const std::string chromium = browser_binary();
+using LiveViewInBrowser = ProcessChain;
+
+TEST_F(LiveViewInBrowser, ShowsTheDemoTourAsItRuns) {
+    const char* other = std::getenv("LIVE_VIEW_BROWSER");  // another build than Debian's chromium
+    const std::string chromium = other && *other ? other : "/usr/bin/chromium";
     if (access(chromium.c_str(), X_OK) != 0) GTEST_SKIP() << "no browser: " << chromium << " is not installed";
-    TempDir dir;
-    ProcessImage::removeStale();
-    ChildProcess pnio(PNIO_SIM_BIN,
-                      {"--port", "0", "--no-status", "--web", "127.0.0.1:0", "--arm-socket", dir.file("srciport.sock")},
-                      dir.path(), dir.file("pnio.out"));
-    const std::string port = wait_for(dir.file("pnio.out"), std::regex(R"(listening on [0-9.]+:([0-9]+))"));
-    const std::string url = wait_for(dir.file("pnio.out"), std::regex(R"(live view on (http://\S+))"));
-    ASSERT_FALSE(port.empty() || url.empty()) << readFile(dir.file("pnio.out"));
-    ChildProcess server(SRCI_SERVER_BIN, {}, dir.path(), dir.file("server.out"));
-    ASSERT_TRUE(eventually(
-        [&] {
-            ChildProcess status(SRCI_PLC_BIN, {"--port", port, "status"}, dir.path(), dir.file("status.out"));
-            return status.waitExit(30000) && status.exitCode() == 0;
-        },
-        60000))
-        << readFile(dir.file("server.out"));
+    startGateway({"--web", "127.0.0.1:0", "--arm-socket", dir.file("srciport.sock")});
+    const std::regex live_view(R"(live view on (http://\S+))");
+    std::smatch url;
+    std::string out;
+    ASSERT_TRUE(
+        eventually([&] { return std::regex_search(out = readFile(dir.file("pnio.out")), url, live_view); }, 15000))
+        << out;
+    startServer();
 
     web_test::HeadlessBrowser browser(chromium, dir.file("profile"), dir.file("browser.log"));
     std::string why;
-    if (!browser.open(url, why))
+    if (!browser.open(url[1], why))
         GTEST_SKIP() << "the browser cannot run here (" << why << "); the HTTP and stream tests still cover the view. "
                      << readFile(dir.file("browser.log")).substr(0, 2000);
 
