@@ -11,11 +11,11 @@
 #include <vector>
 
 #include "itf_rc/rcitf.h"
-#include "motion_test_support.h"
 #include "srciport/sim_arm.h"
+#include "thrown_code.h"
 
 using namespace srci;
-using motion_test::thrownCode;
+using srci_test::thrownCode;
 using srciport::SimArm;
 
 namespace {

@@ -12,8 +12,8 @@
 #include <vector>
 
 #include "itf_rc/rcitf.h"
-#include "motion_test_support.h"
 #include "srciport/srciport.h"
+#include "thrown_code.h"
 
 namespace {
 
@@ -161,7 +161,7 @@ TEST_F(RcItfPortCalls, WorkDuringTheChangePauseComesAfterTheChangeAndKeepsThePau
     for (const Row& r : rows) {
         calls.clear();
         sleeps = 0;
-        const int code = motion_test::thrownCode([&] {
+        const int code = srci_test::thrownCode([&] {
             r.change([&] {
                 record("work", sleeps);
                 if (r.workFails) throw 42;
@@ -191,7 +191,7 @@ TEST_F(RcItfPortCalls, EnableAndPowerWaitTheirFullCountBeforeGivingUp) {
         controller.ra_enable_stat = !r.on;  // the controller never follows
         controller.ra_power_stat = !r.on;
         sleeps = 0;
-        const int code = motion_test::thrownCode([&] { r.power ? rc->robotPower(r.on) : rc->robotEnable(r.on); });
+        const int code = srci_test::thrownCode([&] { r.power ? rc->robotPower(r.on) : rc->robotEnable(r.on); });
         EXPECT_EQ(code, r.code) << r.power << r.on;
         EXPECT_EQ(sleeps, r.sleeps) << r.power << r.on;
     }

@@ -8,6 +8,7 @@
 #include <string>
 
 #include "srciport/sim_arm.h"
+#include "thrown_code.h"
 
 namespace motion_test {
 
@@ -44,16 +45,7 @@ private:
     std::filesystem::path dir_;
 };
 
-// The int code a call throws, or 0 when it returns.
-template <typename Fn>
-int thrownCode(Fn fn) {
-    try {
-        fn();
-    } catch (int code) {
-        return code;
-    }
-    return 0;
-}
+using srci_test::thrownCode;
 
 std::string readFile(const std::filesystem::path& p);
 void writeFile(const std::filesystem::path& p, const std::string& text);

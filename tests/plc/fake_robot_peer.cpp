@@ -5,11 +5,12 @@
 
 #include "srci_plc/byte_order.hpp"
 #include "srci_plc/plc_telegram.hpp"
-#include "telegrams.hpp"
+#include "telegram_pairs.hpp"
 
 void FakeRobotPeer::respond(uint16_t cmd_id, uint8_t state, uint8_t par_seq, std::vector<uint8_t> body, int8_t severity,
                             uint16_t code) {
-    pending_.push_back(web_test::response(cmd_id, static_cast<uint8_t>((par_seq << 4) | state), severity, code, body));
+    pending_.push_back(
+        telegram_pairs::response(cmd_id, static_cast<uint8_t>((par_seq << 4) | state), severity, code, body));
 }
 
 void FakeRobotPeer::exchange(const std::vector<uint8_t>& tx, std::vector<uint8_t>& rx) {
@@ -39,7 +40,7 @@ void FakeRobotPeer::exchange(const std::vector<uint8_t>& tx, std::vector<uint8_t
         }
     }
 
-    web_test::Robot robot;
+    telegram_pairs::Robot robot;
     lifesign_ = static_cast<uint8_t>(lifesign_ % 15 + 1);
     robot.lifesign = lifesign_;
     robot.state = telegram_state;

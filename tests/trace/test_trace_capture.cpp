@@ -19,7 +19,7 @@
 #include "srci_plc/byte_order.hpp"
 #include "srci_plc/client.hpp"
 #include "srci_plc/trace_format.hpp"
-#include "telegrams.hpp"
+#include "telegram_pairs.hpp"
 
 using namespace srci_test;
 
@@ -227,7 +227,7 @@ TEST(TraceExperts, EachExpertItemMarksWhatItIsMeantToCatch) {
     namespace fmt = srci_plc::trace_format;
     // SEQ 9 with one new command of `cmd_type`; the header's P->R length as the case needs.
     const auto plc = [](uint16_t cmd_type, uint16_t length) {
-        auto bytes = web_test::plc(9, {web_test::command(1, cmd_type)}, 0, 3);
+        auto bytes = telegram_pairs::plc(9, {telegram_pairs::command(1, cmd_type)}, 0, 3);
         srci_plc::put_u16be(&bytes[2], length);
         return bytes;
     };

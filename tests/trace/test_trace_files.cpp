@@ -18,7 +18,7 @@
 #include "srci_plc/trace_format.hpp"
 #include "srci_plc/trace_pcapng.hpp"
 #include "srci_plc/trace_udp.hpp"
-#include "telegrams.hpp"
+#include "telegram_pairs.hpp"
 #include "trace_command.hpp"
 
 namespace {
@@ -188,7 +188,7 @@ TEST(TraceEvents, ARobotMessageIsReportedOnceWithItsCodeAndText) {
     const auto plc = [](uint16_t seq, uint8_t action, uint8_t msg_id, uint8_t par_seq) {
         const std::vector<uint8_t> read_messages = {0x23,   0x29, 2, static_cast<uint8_t>(par_seq << 4 | 3),
                                                     msg_id, 1,    20};
-        return web_test::plc(seq, {srci_plc::Fragment{1, action, 0, read_messages}}, 0);
+        return telegram_pairs::plc(seq, {srci_plc::Fragment{1, action, 0, read_messages}}, 0);
     };
     const auto robot = [](uint16_t ack, uint8_t msg_id, uint8_t par_seq) {
         std::vector<uint8_t> message(166, 0);
@@ -198,10 +198,10 @@ TEST(TraceEvents, ARobotMessageIsReportedOnceWithItsCodeAndText) {
             srci_plc::put_u32be(&message[12], 0x8F11);
             std::memcpy(&message[16], "boom", 4);
         }
-        web_test::Robot r;
+        telegram_pairs::Robot r;
         r.tn = 0;
         r.ack = ack;
-        r.fragments = {web_test::response(1, static_cast<uint8_t>(par_seq << 4 | 4), 0, 0, message)};
+        r.fragments = {telegram_pairs::response(1, static_cast<uint8_t>(par_seq << 4 | 4), 0, 0, message)};
         return r.bytes();
     };
     std::vector<uint8_t> file;

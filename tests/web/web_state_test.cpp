@@ -11,10 +11,10 @@
 #include "pnio_sim/web_state_json.hpp"
 #include "pnio_sim/web_view.hpp"
 #include "srciport/kinematics.h"
-#include "telegrams.hpp"
+#include "telegram_pairs.hpp"
 
 using namespace pnio_sim::web;
-using namespace web_test;
+using namespace telegram_pairs;
 using nlohmann::json;
 
 namespace {

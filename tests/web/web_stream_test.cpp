@@ -12,10 +12,10 @@
 #include <thread>
 
 #include "pnio_sim/web_view.hpp"
-#include "telegrams.hpp"
+#include "telegram_pairs.hpp"
 
 using namespace pnio_sim::web;
-using namespace web_test;
+using namespace telegram_pairs;
 using nlohmann::json;
 
 namespace {

@@ -11,7 +11,7 @@
 #include "srci_plc/byte_order.hpp"
 #include "srci_plc/plc_telegram.hpp"
 
-namespace web_test {
+namespace telegram_pairs {
 
 inline void be16(std::vector<uint8_t>& v, size_t off, uint16_t x) { srci_plc::put_u16be(&v[off], x); }
 inline void be_float(std::vector<uint8_t>& v, size_t off, float f) { srci_plc::put_f32be(&v[off], f); }
@@ -94,4 +94,4 @@ struct Robot {
     }
 };
 
-}  // namespace web_test
+}  // namespace telegram_pairs
