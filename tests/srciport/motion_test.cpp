@@ -116,11 +116,7 @@ TEST_F(MotionTest, BlendingJoinsMovesWithoutStopping) {
     // Slowest joint speed in the middle of the run: ~0 at an exact-stop corner.
     auto middleMinSpeed = [](const Samples& q) {
         double m = 1e9;
-        for (size_t k = q.size() / 5; k < q.size() * 4 / 5; ++k) {
-            double v = 0;
-            for (int j = 0; j < 6; ++j) v = std::max(v, std::fabs(q[k][j] - q[k - 1][j]) / dt);
-            m = std::min(m, v);
-        }
+        for (size_t k = q.size() / 5; k < q.size() * 4 / 5; ++k) m = std::min(m, maxRate({q[k - 1], q[k]}, 1, 6));
         return m;
     };
     ASSERT_EQ(cmd.movjAbs(p1, 60, 300, 1, 0), 0);
@@ -159,8 +155,7 @@ TEST_F(MotionTest, PauseHoldsAndContinueEndsOnTarget) {
     ASSERT_EQ(cmd.motionPause(), 0);
     stat.poll();
     EXPECT_NE(stat.is_inst_paused, 0);
-    arm.step(0.5);  // braking from 150 mm/s takes 0.25 s
-    stat.poll();
+    statusAfter(0.5);  // braking from 150 mm/s takes 0.25 s
     EXPECT_FALSE(stat.ra_is_moving);
     EXPECT_FALSE(stat.ra_is_inst_done);
     const auto held = joints();
@@ -192,8 +187,7 @@ TEST_F(MotionTest, StopDeceleratesAndClearsQueue) {
 }
 
 TEST_F(MotionTest, RefusalsAndLimitCodes) {
-    double over[6] = {0, 0, 0, 0, 90, 0};
-    over[1] = 149;  // joint 2 above its default soft maximum of 145
+    const double over[6] = {0, 149, 0, 0, 90, 0};  // joint 2 above its default soft maximum of 145
     EXPECT_EQ(cmd.movjAbs(over, 10, 10, 1, 0), 0x10042);
     ASSERT_EQ(cmd.setMaxLimit(4, 80), 0);
     const double j5[6] = {0, 0, 0, 0, 85, 0};

@@ -59,6 +59,13 @@ protected:
         ASSERT_NE(stat.ra_enable_stat, 0);
     }
 
+    // The status `seconds` of simulated time from now.
+    const SrciPortStat& statusAfter(double seconds) {
+        arm.step(seconds);
+        stat.poll();
+        return stat;
+    }
+
     // Steps tick by tick until the queue is done (or maxSeconds), calling `each` after every
     // tick with a fresh snapshot.
     double runUntilDone(double maxSeconds, const std::function<void(const SrciPortStat&)>& each = {}) {
