@@ -66,12 +66,7 @@ TEST_F(MotionTest, LinearMoveFollowsStraightLine) {
     ASSERT_EQ(cmd.movjAbs(start, 100, 400, 1, 0), 0);
     runUntilDone(20);
     const auto a = pose();
-    auto b = a;
-    b[0] -= 100;
-    b[1] += 120;
-    b[2] -= 150;
-    b[3] += 10;
-    b[5] -= 20;
+    const std::array<double, 6> b{a[0] - 100, a[1] + 120, a[2] - 150, a[3] + 10, a[4], a[5] - 20};
     const double vel = 200, acc = 800;
     ASSERT_EQ(cmd.movl(b.data(), vel, acc, 2, 0), 0);
     Samples k;
