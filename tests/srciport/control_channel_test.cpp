@@ -49,11 +49,8 @@ std::vector<std::string> exchange(const std::string& path, const std::string& by
 using ControlRequestTest = SimArmTest;
 
 TEST_F(ControlRequestTest, RequestsChangeAndReportState) {
-    EXPECT_EQ(arm.request("estop on"), "ok estop on");
-    EXPECT_EQ(arm.request("pstop on"), "ok pstop on");
-    EXPECT_EQ(arm.request("app on"), "ok app on");
-    EXPECT_EQ(arm.request("profinet down"), "ok profinet down");
-    EXPECT_EQ(arm.request("error 0xF0018"), "ok error 0xF0018");
+    for (const std::string request : {"estop on", "pstop on", "app on", "profinet down", "error 0xF0018"})
+        EXPECT_EQ(arm.request(request), "ok " + request);
     stat.poll();
     EXPECT_EQ(stat.isEStop, 1);
     EXPECT_EQ(stat.isPStop, 1);
