@@ -12,11 +12,6 @@ protected:
         stat.poll();
         return {stat.soft_limits[0], stat.soft_limits[1]};
     }
-    int errType() {
-        int code = 0, type = 0;
-        cmd.updateErrInfo(code, type);
-        return type;
-    }
 };
 
 TEST_F(SoftLimitsTest, AnyValidPairInEitherOrderAndInvalidPairsRefusedWhole) {
@@ -61,7 +56,7 @@ TEST_F(SoftLimitsTest, AStandingArmOutsideNewLimitsMayOnlyMoveBackTowardThem) {
     ASSERT_EQ(cmd.setMinLimit(0, 20), 0);  // J1 stands at 0, now below its range
     ASSERT_EQ(cmd.setMaxLimit(0, 60), 0);
     for (int i = 0; i < 100; ++i) arm.step(SimArm::kTick);
-    EXPECT_EQ(errType(), 0) << "standing still outside the range is no fault";
+    EXPECT_EQ(errInfo().second, 0) << "standing still outside the range is no fault";
 
     // Moves end inside the limits; jogs may also stop short of them, but never go further out.
     const double further[6] = {-5, 0, 0, 0, 90, 0}, shortOf[6] = {10, 0, 0, 0, 90, 0}, inside[6] = {30, 0, 0, 0, 90, 0};
@@ -69,17 +64,17 @@ TEST_F(SoftLimitsTest, AStandingArmOutsideNewLimitsMayOnlyMoveBackTowardThem) {
     EXPECT_EQ(cmd.movjAbs(shortOf, 50, 100, 1, 0), softLimitCode(0));
     ASSERT_EQ(cmd.jogIncr(2, -1, 20, 2), 0);
     runUntilDone(5);
-    EXPECT_EQ(errType(), -1) << "a jog further out is refused when it starts";
+    EXPECT_EQ(errInfo().second, -1) << "a jog further out is refused when it starts";
     EXPECT_NEAR(joints()[0], 0, 1e-9);
     ASSERT_EQ(cmd.exitProtect(0), 0);
     ASSERT_EQ(cmd.jogIncr(2, 1, 20, 2), 0);
     runUntilDone(5);
     EXPECT_NEAR(joints()[0], 2, 1e-6);
-    EXPECT_EQ(errType(), 0);
+    EXPECT_EQ(errInfo().second, 0);
     ASSERT_EQ(cmd.movjAbs(inside, 50, 100, 3, 0), 0);
     runUntilDone(10);
     EXPECT_NEAR(joints()[0], 30, 1e-6);
-    EXPECT_EQ(errType(), 0);
+    EXPECT_EQ(errInfo().second, 0);
 }
 
 TEST_F(SoftLimitsTest, AMoveOutwardWhenLimitsNarrowStopsAndResetPlusAMoveRecovers) {
@@ -89,14 +84,14 @@ TEST_F(SoftLimitsTest, AMoveOutwardWhenLimitsNarrowStopsAndResetPlusAMoveRecover
     while (joints()[0] > -10) arm.step(SimArm::kTick);
     ASSERT_EQ(cmd.setMinLimit(0, 0), 0);
     runUntilDone(5);
-    EXPECT_EQ(errType(), -1);
+    EXPECT_EQ(errInfo().second, -1);
     const double stoppedAt = joints()[0];
     EXPECT_GT(stoppedAt, -12);
     ASSERT_EQ(cmd.exitProtect(0), 0);  // what GroupReset does
     ASSERT_EQ(cmd.movjAbs(back, 50, 100, 2, 0), 0);
     runUntilDone(10);
     EXPECT_NEAR(joints()[0], 20, 1e-6);
-    EXPECT_EQ(errType(), 0);
+    EXPECT_EQ(errInfo().second, 0);
 }
 
 }  // namespace

@@ -2,7 +2,8 @@
 // Commands from two threads at once against the real-time simulator thread (run under TSan).
 #include "sim_fixture.h"
 
-#include <unistd.h>
+#include "child_process.h"
+
 #include <atomic>
 #include <filesystem>
 #include <thread>
@@ -34,10 +35,9 @@ TEST(SimArmTsan, TwoCommandThreadsAndPollAgainstRealTimeTick) {
     arm.setPowerDelay(0.01);
     arm.setEnableDelay(0.01);
     // init() in a fresh working directory starts the tick thread and the channel there
-    const fs::path dir = fs::temp_directory_path() / ("srciport-tsan-" + std::to_string(::getpid()));
-    fs::create_directories(dir);
+    const srci_test::TempDir dir;
     const fs::path old = fs::current_path();
-    fs::current_path(dir);
+    fs::current_path(dir.path());
     SrciPortStat init;
     ASSERT_EQ(init.init(), 0);
     EXPECT_TRUE(arm.threadRunning());
@@ -98,5 +98,4 @@ TEST(SimArmTsan, TwoCommandThreadsAndPollAgainstRealTimeTick) {
     arm.stopThread();
     arm.setManual(true);
     fs::current_path(old);
-    fs::remove_all(dir);
 }
