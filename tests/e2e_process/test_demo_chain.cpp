@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // The whole chain as separate processes, as an integrator runs it: pnio-sim owns the process
 // image and bridges TCP, srci_server cycles against it with its simulated arm, and the srci-plc
-// command line is the PLC. Stopping and disabling through real telegrams are
-// tests/e2e_inproc's; here the arm's own control channel confirms it came to rest.
+// command line is the PLC. The arm's own control channel confirms where it came to rest.
 #include <gtest/gtest.h>
 
 #include <map>
@@ -72,6 +71,14 @@ read-position
     EXPECT_NEAR(positions[2].at("j1"), positions[1].at("j1") + 5, 0.01) << "the jog moved joint 1 by 5 degrees";
     EXPECT_NEAR(positions[3].at("j1"), 20, 0.01) << "the paused move reached its target after continue";
     EXPECT_NE(armRequest(dir.file("srciport.sock"), "flags").find("moving=0"), std::string::npos);
+
+    // A fresh invocation disables with an EnableRobot of its own.
+    const PlcRun stopped =
+        script("move-axes 0 10 10 0 70 0 vel=10 --no-wait\nsleep 400\nstop\nread-position\ndisable\n", {"--json"});
+    ASSERT_EQ(stopped.code, 0) << stopped.output;
+    EXPECT_GT(commandResults(stopped.output, "read-position").at(0).at("j1"), 1.0) << "the stopped move ended short";
+    EXPECT_TRUE(eventually(
+        [&] { return armRequest(dir.file("srciport.sock"), "flags").find("enabled=0") != std::string::npos; }, 10000));
 }
 
 // Without a gateway to talk to, the command line ends with its connection exit code and says why.

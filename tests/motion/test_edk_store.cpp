@@ -42,10 +42,10 @@ TEST_F(StoreTest, FirstStartCreatesCompleteFileAndSecondStartReadsItBackUnchange
 
     EDK_Helper first;
     INI ini(dir.file().string());
-    for (int i = 1; i <= 15; ++i) {
-        EXPECT_TRUE(ini.hasSection("tool" + std::to_string(i)));
-        EXPECT_TRUE(ini.hasSection("userFrame" + std::to_string(i)));
-        EXPECT_TRUE(ini.hasSection("load" + std::to_string(i)));
+    for (int i = 1; i <= 15; ++i) {  // every record down to its last key
+        EXPECT_TRUE(ini.hasKey("tool" + std::to_string(i), "physicalToolId"));
+        EXPECT_TRUE(ini.hasKey("userFrame" + std::to_string(i), "refIndex"));
+        EXPECT_TRUE(ini.hasKey("load" + std::to_string(i), "iz"));
     }
     EXPECT_FALSE(ini.hasSection("tool0"));
     EXPECT_FALSE(ini.hasSection("tool16"));

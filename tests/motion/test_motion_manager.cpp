@@ -240,11 +240,13 @@ TEST(MotionRecord, SetStateRules) {
 
     EDK_CMD failed;
     failed.setState(LRob_typeServerMotionStateError);
+    failed.errorCode = 27651;
     failed.reported = true;
     for (auto s : {LRob_typeServerMotionStateStop, LRob_typeServerMotionStateDone, LRob_typeServerMotionStateMove})
         failed.setState(s);
     EXPECT_EQ(failed.state, LRob_typeServerMotionStateError);
     EXPECT_TRUE(failed.reported);
+    EXPECT_EQ(failed.getStateStr(), "error_state: 6c03");
 
     EDK_CMD jog;
     jog.type = srci::MotionCmdType::Jog;
