@@ -1,12 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "motion_test_support.h"
 
-#include <unistd.h>
-
-#include <cstdlib>
-#include <fstream>
 #include <mutex>
-#include <sstream>
 
 #include "itf_rc/rcitf.h"
 #include "qxutil/dualbuff.h"
@@ -28,30 +23,22 @@ void drainLocked() {
     for (int n; (n = reader().read(buf.data())) > 0;) collected.append(buf.data(), static_cast<size_t>(n));
 }
 
-void removeChannels() {
-    qxutil::removeChannel(zlog::ZLOG_SYS_CHANNEL);
-    qxutil::removeChannel(zlog::ZLOG_ERR_CHANNEL);
-}
-
+// Manual arm, stale parameter file removed, waits in simulated time. Must run before the store's
+// and the manager's static construction, and after the shared test support has given the
+// process log channels of its own (priority 101).
 struct EarlyInit {
-    EarlyInit() { prepareProcess(); }
+    EarlyInit() {
+        std::filesystem::remove("srci.ini");
+        sim().setManual(true);
+        srci::setRcItfSleep(stepSleep);
+        reader();  // attach before the first record so nothing is missed
+    }
 };
-// Must run before the store's and the manager's static construction.
-__attribute__((init_priority(101))) EarlyInit earlyInit;
+__attribute__((init_priority(102))) EarlyInit earlyInit;
 
 }  // namespace
 
 srciport::SimArm& sim() { return srciport::SimArm::instance(); }
-
-void prepareProcess() {
-    qxutil::setShmScope("motiontest." + std::to_string(getpid()));
-    removeChannels();
-    std::atexit(removeChannels);
-    std::filesystem::remove("srci.ini");
-    sim().setManual(true);
-    srci::setRcItfSleep(stepSleep);
-    reader();  // attach before the first record so nothing is missed
-}
 
 void stepSleep(int milliseconds) { sim().step(milliseconds / 1000.0); }
 
@@ -79,31 +66,6 @@ void Log::clear() {
     std::lock_guard<std::mutex> lock(logMu);
     drainLocked();
     collected.clear();
-}
-
-ScratchDir::ScratchDir(const std::string& name) : previous_(std::filesystem::current_path()) {
-    dir_ = previous_ / ("scratch_" + name);
-    std::filesystem::remove_all(dir_);
-    std::filesystem::create_directories(dir_);
-    std::filesystem::current_path(dir_);
-}
-
-ScratchDir::~ScratchDir() {
-    std::filesystem::current_path(previous_);
-    std::error_code ec;
-    std::filesystem::remove_all(dir_, ec);
-}
-
-std::string readFile(const std::filesystem::path& p) {
-    std::ifstream in(p);
-    std::stringstream ss;
-    ss << in.rdbuf();
-    return ss.str();
-}
-
-void writeFile(const std::filesystem::path& p, const std::string& text) {
-    std::ofstream out(p, std::ios::trunc);
-    out << text;
 }
 
 }  // namespace motion_test

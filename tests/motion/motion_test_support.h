@@ -7,16 +7,13 @@
 #include <functional>
 #include <string>
 
+#include "child_process.h"
 #include "srciport/sim_arm.h"
 #include "thrown_code.h"
 
 namespace motion_test {
 
 srciport::SimArm& sim();
-
-// Runs before any other static initialiser of the test binary (so before the global store):
-// private log channels, manual arm, stale parameter file removed, waits in simulated time.
-void prepareProcess();
 
 // The adapter's sleeps advance the simulated arm instead of the clock.
 void stepSleep(int milliseconds);
@@ -35,19 +32,17 @@ public:
 // A fresh directory entered for the lifetime of the object; the previous one is restored.
 class ScratchDir {
 public:
-    explicit ScratchDir(const std::string& name);
-    ~ScratchDir();
-    const std::filesystem::path& path() const { return dir_; }
-    std::filesystem::path file() const { return dir_ / "srci.ini"; }
+    ScratchDir() { std::filesystem::current_path(dir_.path()); }
+    ~ScratchDir() { std::filesystem::current_path(previous_); }
+    std::filesystem::path path() const { return dir_.path(); }
+    std::filesystem::path file() const { return path() / "srci.ini"; }
 
 private:
-    std::filesystem::path previous_;
-    std::filesystem::path dir_;
+    std::filesystem::path previous_ = std::filesystem::current_path();
+    srci_test::TempDir dir_;
 };
 
+using srci_test::readFile;
 using srci_test::thrownCode;
-
-std::string readFile(const std::filesystem::path& p);
-void writeFile(const std::filesystem::path& p, const std::string& text);
 
 }  // namespace motion_test

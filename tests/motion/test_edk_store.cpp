@@ -1,12 +1,19 @@
 // SPDX-License-Identifier: Apache-2.0
-// The parameter store against the simulated arm: first start, read-back, fallbacks and the
-// rules its setters enforce.
+// The parameter store against the simulated arm: first start, read-back, fallbacks, the rules
+// its setters enforce and how its records reach the file.
 #include <gtest/gtest.h>
+
+#include <cmath>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <sstream>
 
 #include "INI/iniHandler.h"
 #include "itf_rc/rcitf.h"
 #include "motion_test_support.h"
 #include "srl/edk_helper.h"
+#include "watched_ini_disk.h"
 
 using namespace motion_test;
 
@@ -29,16 +36,16 @@ protected:
 // ---------------------------------------------------------------- first and second start
 
 TEST_F(StoreTest, FirstStartCreatesCompleteFileAndSecondStartReadsItBackUnchanged) {
-    ScratchDir dir("first_start");
+    ScratchDir dir;
     const double tool4[6] = {1, 2, 30, 0, 0, 90};
     sim().setToolOffset(tool4, 4);
 
     EDK_Helper first;
     INI ini(dir.file().string());
-    for (int i = 1; i <= 15; ++i) {
-        EXPECT_TRUE(ini.hasSection("tool" + std::to_string(i)));
-        EXPECT_TRUE(ini.hasSection("userFrame" + std::to_string(i)));
-        EXPECT_TRUE(ini.hasSection("load" + std::to_string(i)));
+    for (int i = 1; i <= 15; ++i) {  // every record down to its last key
+        EXPECT_TRUE(ini.hasKey("tool" + std::to_string(i), "physicalToolId"));
+        EXPECT_TRUE(ini.hasKey("userFrame" + std::to_string(i), "refIndex"));
+        EXPECT_TRUE(ini.hasKey("load" + std::to_string(i), "iz"));
     }
     EXPECT_FALSE(ini.hasSection("tool0"));
     EXPECT_FALSE(ini.hasSection("tool16"));
@@ -71,7 +78,7 @@ TEST_F(StoreTest, FirstStartCreatesCompleteFileAndSecondStartReadsItBackUnchange
 }
 
 TEST_F(StoreTest, FileValuesWinOverTheControllerAndArePushedToIt) {
-    ScratchDir dir("file_wins");
+    ScratchDir dir;
     {
         EDK_Helper seed;
         srci::ToolData tool;
@@ -91,7 +98,7 @@ TEST_F(StoreTest, FileValuesWinOverTheControllerAndArePushedToIt) {
 }
 
 TEST_F(StoreTest, PartlyReadableToolSectionIsReplacedWholeFromTheController) {
-    ScratchDir dir("partial_tool");
+    ScratchDir dir;
     { EDK_Helper seed; }
     INI ini(dir.file().string());
     // Rewrite tool3 without its last key.
@@ -100,7 +107,7 @@ TEST_F(StoreTest, PartlyReadableToolSectionIsReplacedWholeFromTheController) {
     ASSERT_NE(at, std::string::npos);
     const size_t key = text.find("physicalToolId", at);
     text.erase(key, text.find('\n', key) - key + 1);
-    writeFile(dir.file(), text);
+    std::ofstream(dir.file()) << text;
     ini.put("tool3", "fixTCP", true);
     ini.put("tool3", "loadId", 7);
     ini.put("tool3", "z", 99.0);
@@ -121,7 +128,7 @@ TEST_F(StoreTest, PartlyReadableToolSectionIsReplacedWholeFromTheController) {
 }
 
 TEST_F(StoreTest, DefaultDynamicsReadOnlyVelAndAccAndMissingKeyFailsConstruction) {
-    ScratchDir dir("dyn_sections");
+    ScratchDir dir;
     { EDK_Helper seed; }
     INI ini(dir.file().string());
     ini.put("defaultDyn", "vel", 0.5);
@@ -145,7 +152,7 @@ TEST_F(StoreTest, DefaultDynamicsReadOnlyVelAndAccAndMissingKeyFailsConstruction
             std::string text = complete;
             const size_t key = text.find("\n" + missing + "=", text.find("[" + section + "]")) + 1;
             text.erase(key, text.find('\n', key) - key + 1);
-            writeFile(dir.file(), text);
+            std::ofstream(dir.file()) << text;
             testing::internal::CaptureStderr();
             EXPECT_EQ(thrownCode([] { EDK_Helper broken; }), srci::err_ini_no_key) << section << " " << missing;
             const std::string said = testing::internal::GetCapturedStderr();
@@ -159,7 +166,7 @@ TEST_F(StoreTest, DefaultDynamicsReadOnlyVelAndAccAndMissingKeyFailsConstruction
 // ---------------------------------------------------------------- setters
 
 TEST_F(StoreTest, IndexesOutsideTheTablesAreRefused) {
-    ScratchDir dir("indexes");
+    ScratchDir dir;
     EDK_Helper store;
     for (int bad : {-1, 16}) {
         EXPECT_EQ(thrownCode([&] { store.getStoredTool(bad); }), srci::err_tools_index);
@@ -173,7 +180,7 @@ TEST_F(StoreTest, IndexesOutsideTheTablesAreRefused) {
 }
 
 TEST_F(StoreTest, FramesReferToTheBaseOrToAFrameReferringToTheBaseOnly) {
-    ScratchDir dir("frames");
+    ScratchDir dir;
     EDK_Helper store;
     store.setStoredFrame(1, srci::FrameData{srci::POSE(100, 0, 0, 0, 0, 0), 0});
     store.setStoredFrame(2, srci::FrameData{srci::POSE(0, 50, 0, 0, 0, 0), 1});
@@ -181,22 +188,19 @@ TEST_F(StoreTest, FramesReferToTheBaseOrToAFrameReferringToTheBaseOnly) {
     expectPoseNear(rc()->getUsrFrame(2), srci::POSE(100, 50, 0, 0, 0, 0));
     expectPoseNear(store.getStoredFrame(2).pose, srci::POSE(0, 50, 0, 0, 0, 0));
 
+    // A two-level chain is refused and changes nothing.
     store.setStoredFrame(1, srci::FrameData{srci::POSE(10, 0, 0, 0, 0, 0), 3});
-    Log::clear();
-    try {
-        store.setStoredFrame(2, srci::FrameData{srci::POSE(0, 70, 0, 0, 0, 0), 1});
-        FAIL() << "a two-level chain must be refused";
-    } catch (int code) {
-        EXPECT_EQ(code, srci::err_frame_ref);
-    }
-    EXPECT_EQ(Log::count("cannot refer to a frame which is not referred to frame0..."), 1u);
+    EXPECT_EQ(thrownCode([&] {
+                  store.setStoredFrame(2, srci::FrameData{srci::POSE(0, 70, 0, 0, 0, 0), 1});
+              }),
+              srci::err_frame_ref);
     expectPoseNear(store.getStoredFrame(2).pose, srci::POSE(0, 50, 0, 0, 0, 0));
     INI ini(dir.file().string());
     EXPECT_NEAR(ini.getDouble("userFrame2", "y"), 50.0, 1e-6);
 }
 
 TEST_F(StoreTest, ReferenceDynamicsLimitsAndUnusedDecJerk) {
-    ScratchDir dir("refdyn");
+    ScratchDir dir;
     EDK_Helper store;
     auto codeOf = [&](srci::ReferenceDynamic rd) { return thrownCode([&] { store.setStoredRefDyn_linear(rd); }); };
     EXPECT_EQ(codeOf({2000.0, -1.0, -1.0, -1.0}), 0);
@@ -221,6 +225,89 @@ TEST_F(StoreTest, ReferenceDynamicsLimitsAndUnusedDecJerk) {
     EXPECT_NEAR(ini.getDouble("refDyn", "vel"), 150.0, 1e-6);
     EXPECT_NEAR(ini.getDouble("refDyn", "dec"), -1.0, 1e-6);
     EXPECT_NEAR(rc()->getReferenceDynamic().vel, 150.0, 1e-6);
+}
+
+// ---------------------------------------------------------------- writes
+
+// Each record reaches srci.ini in one synced replacement of the file, with the bytes the
+// key-by-key format gives: a crash leaves a tool, frame, load or dynamics record whole.
+TEST_F(StoreTest, EachRecordIsOneSyncedReplacementInTheFileFormat) {
+    const srci::ToolData tool{srci::POSE(10.5, -20.25, 130, 1, 2, 3), true, 4, 7};
+    const srci::FrameData frame{srci::POSE(100, 200, 0, 0, 0, 45), 0};
+    const srci::LoadData load{2.5, 0.1, 0.2, 0.3, 0, 0, 0, 0.01, 0.02, 0.03};
+    const struct {
+        std::function<void(EDK_Helper&)> write;
+        std::string section, keys;  // "key=text" in the order of the file format
+    } cases[] = {
+        {[&](EDK_Helper& h) { h.setStoredTool(3, tool); }, "tool3",
+         "x=10.500000 y=-20.250000 z=130.000000 rx=1.000000 ry=2.000000 rz=3.000000 fixTCP=true loadId=4 "
+         "physicalToolId=7"},
+        {[&](EDK_Helper& h) { h.setStoredFrame(2, frame); }, "userFrame2",
+         "x=100.000000 y=200.000000 z=0.000000 rx=0.000000 ry=0.000000 rz=45.000000 refIndex=0"},
+        {[&](EDK_Helper& h) { h.setStoredLoad(4, load); }, "load4",
+         "mass=2.500000 x=0.100000 y=0.200000 z=0.300000 rx=0.000000 ry=0.000000 rz=0.000000 ix=0.010000 "
+         "iy=0.020000 iz=0.030000"},
+        {[](EDK_Helper& h) {
+             h.setStoredRefDyn_linear({500.0, 600.0, -1.0, -1.0});
+         },
+         "refDyn", "vel=500.000000 acc=600.000000 dec=-1.000000 jerk=-1.000000"},
+        {[](EDK_Helper& h) {
+             h.setStoredDefaultDyn({0.5, 0.75, -1.0, -1.0});
+         },
+         "defaultDyn", "vel=0.500000 acc=0.750000 dec=-1.000000 jerk=-1.000000"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.section);
+        sim().reset();
+        ScratchDir dir;
+        EDK_Helper store;
+        const std::string keyByKey = (dir.path() / "keys.ini").string();
+        std::filesystem::copy_file(dir.file(), keyByKey);
+        minIni expected(keyByKey);
+        std::istringstream keys(c.keys);
+        for (std::string kv; keys >> kv;) {
+            const size_t eq = kv.find('=');
+            ASSERT_TRUE(expected.put(c.section, kv.substr(0, eq), kv.substr(eq + 1)));
+        }
+
+        WatchedDisk disk;
+        c.write(store);
+        EXPECT_EQ(disk.replacements, 1);
+        EXPECT_EQ(disk.fileSyncs, 1);
+        EXPECT_EQ(readFile(dir.file()), readFile(keyByKey));
+    }
+}
+
+// The file follows the controller: a tool or frame the controller refuses is never written.
+TEST_F(StoreTest, AChangeTheControllerRefusesIsNotWritten) {
+    const double nan = std::nan("");
+    const struct {
+        const char* what;
+        std::function<void(EDK_Helper&)> write;
+        int code;
+    } cases[] = {
+        {"tool",
+         [&](EDK_Helper& h) {
+             h.setStoredTool(3, srci::ToolData{srci::POSE(nan, 0, 0, 0, 0, 0), false, 0, 0});
+         },
+         srci::err_tools_setting},
+        {"frame",
+         [&](EDK_Helper& h) {
+             h.setStoredFrame(2, srci::FrameData{srci::POSE(nan, 0, 0, 0, 0, 0), 0});
+         },
+         srci::err_frames_setting},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.what);
+        sim().reset();
+        ScratchDir dir;
+        EDK_Helper store;
+        const std::string before = readFile(dir.file());
+        WatchedDisk disk;
+        EXPECT_EQ(thrownCode([&] { c.write(store); }), c.code);
+        EXPECT_EQ(disk.replacements, 0);
+        EXPECT_EQ(readFile(dir.file()), before);
+    }
 }
 
 }  // namespace

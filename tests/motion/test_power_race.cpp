@@ -4,7 +4,6 @@
 // the worker must share neither a status snapshot nor the motion queues with the cycle.
 #include <unistd.h>
 
-#include <atomic>
 #include <chrono>
 
 #include "motion_fixture.h"

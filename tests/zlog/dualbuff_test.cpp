@@ -51,16 +51,6 @@ private:
     void* base_ = MAP_FAILED;
 };
 
-// Creates a foreign object under the channel's name before any of our code attaches.
-void createForeignObject(const char* name, size_t size, uint32_t state, uint32_t magic) {
-    int fd = shm_open(qxutil::channelShmName(name).c_str(), O_RDWR | O_CREAT | O_EXCL, 0600);
-    ASSERT_GE(fd, 0);
-    ASSERT_EQ(ftruncate(fd, static_cast<off_t>(size)), 0);
-    uint32_t words[2] = {state, magic};
-    ASSERT_EQ(pwrite(fd, words, sizeof words, 0), static_cast<ssize_t>(sizeof words));
-    close(fd);
-}
-
 TEST_F(DualBuff, RecordsComeOutWholeInOrderAndEmptyReadsReturnZero) {
     ASSERT_TRUE(writer.attached());
     EXPECT_EQ(drain(reader), "");
@@ -156,7 +146,13 @@ TEST(DualBuffForeignSegment, WrongSizeOrMagicIsRejectedWithoutTouchingIt) {
     // magic belongs to someone else.
     for (Foreign foreign : {Foreign{4096, qxutil::detail::SEGMENT_MAGIC}, Foreign{qxutil::DUAL_SHM_SIZE, 0xdeadbeef}}) {
         zlog_test::ShmScope scope{CHANNEL};
-        createForeignObject(CHANNEL, foreign.size, qxutil::detail::StateReady, foreign.magic);
+        // The foreign object is there before any of our code attaches.
+        int fd = shm_open(qxutil::channelShmName(CHANNEL).c_str(), O_RDWR | O_CREAT | O_EXCL, 0600);
+        ASSERT_GE(fd, 0);
+        ASSERT_EQ(ftruncate(fd, static_cast<off_t>(foreign.size)), 0);
+        const uint32_t words[2] = {qxutil::detail::StateReady, foreign.magic};
+        ASSERT_EQ(pwrite(fd, words, sizeof words, 0), static_cast<ssize_t>(sizeof words));
+        close(fd);
         DualBuffReader reader(CHANNEL);
         DualBuffWriter writer(CHANNEL);
         EXPECT_FALSE(reader.attached());

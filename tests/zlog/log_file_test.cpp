@@ -17,36 +17,30 @@ class LogFileTest : public testing::Test {
 protected:
     zlog_test::TempDir dir;
     std::string bus = dir.file("bus");
-    std::string block(char c, size_t n = 6000) { return std::string(n, c); }
     bool exists(const std::string& suffix) { return fs::exists(bus + suffix); }
 };
 
-TEST_F(LogFileTest, BusGenerationsShiftAndTheOldestIsDeleted) {
-    zlog::LogFile file(bus.c_str(), zlog::ZLOG_BUS_FILE_MAX_SIZE, 2);
-    ASSERT_TRUE(file.enabled());
-    for (char c : {'A', 'B', 'C', 'D'}) ASSERT_EQ(file.write(block(c).data(), 6000), 0);
-    EXPECT_EQ(readFile(bus), block('D'));
-    EXPECT_EQ(readFile(bus + ".0"), block('C'));
-    EXPECT_EQ(readFile(bus + ".1"), block('B'));
-    EXPECT_FALSE(exists(".2"));
-}
-
-TEST_F(LogFileTest, LimitIsInclusiveAndOversizedBlocksStayWhole) {
+TEST_F(LogFileTest, GenerationsShiftTheLimitIsInclusiveAndOversizedBlocksStayWhole) {
     zlog::LogFile file(bus.c_str(), 10240, 2);
-    std::string big = block('O', 15000);
+    ASSERT_TRUE(file.enabled());
+    const std::string big(15000, 'O');
     ASSERT_EQ(file.write(big.data(), big.size()), 0);  // into an empty file: no rotation
     EXPECT_FALSE(exists(".0"));
     EXPECT_EQ(readFile(bus), big);
 
     ASSERT_EQ(file.write("x", 1), 0);  // 15001 > limit: the big block moves to .0
     EXPECT_EQ(readFile(bus + ".0"), big);
-    std::string fill = block('f', 10239);
+    const std::string fill(10239, 'f');
     ASSERT_EQ(file.write(fill.data(), fill.size()), 0);  // exactly the limit: stays
     EXPECT_EQ(readFile(bus), "x" + fill);
     ASSERT_EQ(file.write(big.data(), big.size()), 0);  // oversized into a non-empty file
     EXPECT_EQ(readFile(bus), big);
     EXPECT_EQ(readFile(bus + ".0"), "x" + fill);
     EXPECT_EQ(readFile(bus + ".1"), big);
+    ASSERT_EQ(file.write("y", 1), 0);  // two generations kept: the oldest goes
+    EXPECT_EQ(readFile(bus), "y");
+    EXPECT_EQ(readFile(bus + ".1"), "x" + fill);
+    EXPECT_FALSE(exists(".2"));
 }
 
 TEST_F(LogFileTest, FailedRenameEndsShiftingAndWritingGoesOn) {
