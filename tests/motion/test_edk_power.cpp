@@ -105,6 +105,7 @@ TEST_F(PowerTest, TwoRequestsInOneCycleLeaveExactlyOneWorkerActing) {
         ASSERT_TRUE(started == 1 || started == 2);
         EXPECT_EQ(Log::count("power thread already in progress..."), started - 1);
         EXPECT_EQ(Log::count("power thread work end..."), 1u);
+        EXPECT_FALSE(enable_thread_running);
         EXPECT_TRUE(EDK_Helper::power_enable_need_update);
         EXPECT_TRUE(helper.requireEnable);
         srci::RcItf* rc = srci::RcItf::get(true);
@@ -125,6 +126,9 @@ TEST_F(PowerTest, DisablingWhileMovingStopsThroughTheMotionManagerFirst) {
     EXPECT_EQ(Log::count("raise error when moving"), 0u) << "the queues are the main thread's";
     cycle();
     EXPECT_EQ(Log::count("raise error when moving"), 1u);
+    ASSERT_EQ(mm.motionCmdList_.size(), 1u);
+    EXPECT_EQ(mm.motionCmdList_.front().state, LRob_typeServerMotionStateError);
+    EXPECT_EQ(mm.motionCmdList_.front().errorCode, 48);
     EXPECT_EQ(Log::count("veld inner stop...no change edk motion state: 0"), 1u);
     srci::RcItf* rc = srci::RcItf::get(true);
     EXPECT_FALSE(rc->isRobotEnable());
@@ -154,6 +158,7 @@ TEST_F(PowerTest, FailedPowerOnIsLoggedEnableIsNotTriedAndALaterRequestWorks) {
     waitForAllWorkers();
     EXPECT_EQ(Log::count("\n71\n"), 1u);  // err_power_on
     EXPECT_EQ(Log::count("\n74\n"), 0u);  // no enable attempt, so no err_enable
+    EXPECT_EQ(Log::count("logErr"), 1u);
     EXPECT_TRUE(EDK_Helper::power_enable_need_update);
     EXPECT_FALSE(srci::RcItf::get(true)->isRobotPower());
 

@@ -45,11 +45,15 @@ TEST_F(RulesTest, RatesAbove32768SelectTheStoredDefaultRate) {
     EXPECT_DOUBLE_EQ(helper.calAxesVel(65535), 100.0);
 }
 
-TEST_F(RulesTest, RateZeroMeansOnePercentAndTooSmallResultsAreRaisedToTheBound) {
+TEST_F(RulesTest, RateZeroMeansOnePercentAndTheBoundIsLogged) {
     EXPECT_DOUBLE_EQ(helper.calLinearAcc(0), 3.0);
-    EXPECT_DOUBLE_EQ(helper.calAxesVel(0), 2.0);    // 1 % of 100 is below MinVelocity
+    EXPECT_EQ(Log::count("use Min"), 0u);
+    EXPECT_DOUBLE_EQ(helper.calAxesVel(0), 2.0);  // 1 % of 100 is below MinVelocity
+    EXPECT_EQ(Log::count("use MinVelocity: 2\n"), 1u);
     EXPECT_DOUBLE_EQ(helper.calLinearVel(1), 2.0);  // 0.03 raised to the bound
-    EXPECT_DOUBLE_EQ(helper.calAxesAcc(1), 2.0);    // likewise MinAcc
+    EXPECT_EQ(Log::count("use MinVelocity: 2\n"), 2u);
+    EXPECT_DOUBLE_EQ(helper.calAxesAcc(1), 2.0);
+    EXPECT_EQ(Log::count("use MinAcc: 2\n"), 1u);
 }
 
 // ---------------------------------------------------------------- checks
@@ -71,9 +75,11 @@ TEST_F(RulesTest, EachCheckThrowsItsCodeInOrder) {
 
     EXPECT_EQ(thrownCode([] { helper.checkMotionCmdTurnMode(2); }), 0);
     EXPECT_EQ(thrownCode([] { helper.checkMotionCmdTurnMode(0); }), srci::err_turnMode);
+    EXPECT_EQ(Log::count("not supported turnMode: 0"), 1u);
 
     EXPECT_EQ(thrownCode([] { helper.checkMotionCmdOriMode(1); }), 0);
     EXPECT_EQ(thrownCode([] { helper.checkMotionCmdOriMode(3); }), srci::err_oriMode);
+    EXPECT_EQ(Log::count("not supported oriMode: 3"), 1u);
 
     EXPECT_EQ(thrownCode([] { helper.checkMotionCmdConfigMode_moveLinear({1, 1, 1}); }), 0);
     EXPECT_EQ(thrownCode([] { helper.checkMotionCmdConfigMode_moveLinear({0, 1, 1}); }), srci::err_config_mode);
@@ -149,6 +155,12 @@ TEST_F(RulesTest, LogLevelSelectsTheFilterByTable) {
     EXPECT_EQ(helper.getLogLevel(), 99);
 }
 
+TEST_F(RulesTest, SameLogLevelTwiceLogsOnce) {
+    helper.setLogLevel(28);
+    helper.setLogLevel(28);
+    EXPECT_EQ(Log::count("change loglevel to: 28"), 1u);
+}
+
 TEST_F(RulesTest, ErrorCodesAreLoggedInHex) {
     EDK_Helper::logErr(-1);
     EDK_Helper::logErr(0x3a);
@@ -198,6 +210,7 @@ TEST_F(RulesTest, AbortingExecutionModesDropQueuedCommandsSilently) {
         helper.checkAbortingMode(mode);
         EXPECT_TRUE(motionManagerTemp.motionCmdList_.empty()) << mode;
     }
+    EXPECT_EQ(Log::count("aborting mode..."), 2u);
     EXPECT_TRUE(srl_double::callsOf("").empty());
     motionManagerTemp.lastMotionControlCmd = srci::MotionFlagType::Ready;
 }

@@ -73,6 +73,7 @@ TEST_F(MovesTest, PauseThenContinueSettlesAsPausedAndMovesAgain) {
     ASSERT_TRUE(runUntil([&] { return stateSequence(4).size() == 2; }));
     EXPECT_EQ(stateSequence(4).back(), Pause);
     EXPECT_EQ(srl_double::callsOf("interrupt_completed").size(), 1u);
+    EXPECT_EQ(Log::count("move interrupt complete"), 1u);
     ASSERT_EQ(mm.motionCmdList_.size(), 1u);
     cycle(50);  // a paused command stays queued and is not reported again
     EXPECT_EQ(stateSequence(4).size(), 2u);
@@ -113,9 +114,11 @@ TEST_F(MovesTest, ControllerErrorEndsTheMoveInErrorAndRaisesOnePendingErrorWhenR
         const auto raised = srl_double::callsOf("error_warning");
         EXPECT_EQ(raised.size(), c.pending);
         EXPECT_EQ(helper.getPendingErrList().size(), c.pending);
-        // How a pending error is reported is PendingErrorsAreReportedThenAcknowledgedInOrder's.
         if (!raised.empty()) {
             EXPECT_EQ(raised[0].code, 27651);
+            EXPECT_FALSE(raised[0].processed);
+            EXPECT_EQ(raised[0].severity, 28);
+            EXPECT_EQ(raised[0].info, "this is a pending error: 27651");
         }
         EXPECT_EQ(Log::count("error(hex): 6c03"), 1u);
     }
@@ -124,6 +127,7 @@ TEST_F(MovesTest, ControllerErrorEndsTheMoveInErrorAndRaisesOnePendingErrorWhenR
 TEST_F(MovesTest, UnreachableDirectMoveIsRefusedWithPositionNotReachable) {
     EDK_CMD cmd = linearMove(20, offset(home, 5000.0));
     cmd.moveCmd.type = srci::MotionCmdType2::Direct;
+    cmd.moveCmd.sewConfigMode = {1, 1, 1};
     mm.pushCmd(cmd);
     mm.pushCmd(linearMove(21, offset(home, 10.0)));
     ASSERT_TRUE(runUntil([&] { return idle(); }));
@@ -131,6 +135,7 @@ TEST_F(MovesTest, UnreachableDirectMoveIsRefusedWithPositionNotReachable) {
     ASSERT_EQ(failed.size(), 1u);
     EXPECT_EQ(failed[0].state, Error);
     EXPECT_EQ(failed[0].errorCode, 27651);
+    EXPECT_EQ(Log::count("original: 44, converted: 6c03"), 1u);
     // The failed command does not hold back the one behind it.
     EXPECT_EQ(stateSequence(21).back(), Done);
 }
@@ -226,8 +231,11 @@ TEST_F(JogsTest, JogWithoutDirectionStopsAndQueuesNothing) {
 // ---------------------------------------------------------------- record and pacing
 
 TEST(MotionRecord, SetStateRules) {
+    Log::clear();
     EDK_CMD move;
+    move.moveCmd.generalParam.trajId = 5;
     move.setState(LRob_typeServerMotionStateMove);
+    EXPECT_EQ(Log::count("movecmd, id: 5, stateChanged: initial_state->moving_state"), 1u);
     move.reported = true;
     move.setState(LRob_typeServerMotionStateMove);  // same state: nothing, reported kept
     EXPECT_TRUE(move.reported);
@@ -237,22 +245,27 @@ TEST(MotionRecord, SetStateRules) {
     move.setState(LRob_typeServerMotionStateError);  // a finished move stays finished
     EXPECT_EQ(move.state, LRob_typeServerMotionStateDone);
     EXPECT_TRUE(move.reported);
+    EXPECT_EQ(Log::count("final state shouldn't change...done_state->error_state"), 1u);
 
     EDK_CMD failed;
     failed.setState(LRob_typeServerMotionStateError);
     failed.errorCode = 27651;
     failed.reported = true;
+    Log::clear();
     for (auto s : {LRob_typeServerMotionStateStop, LRob_typeServerMotionStateDone, LRob_typeServerMotionStateMove})
         failed.setState(s);
     EXPECT_EQ(failed.state, LRob_typeServerMotionStateError);
     EXPECT_TRUE(failed.reported);
+    EXPECT_EQ(Log::count("stateChanged"), 0u);
     EXPECT_EQ(failed.getStateStr(), "error_state: 6c03");
 
     EDK_CMD jog;
     jog.type = srci::MotionCmdType::Jog;
+    jog.jogCmd.jogId = 6;
     jog.setState(LRob_typeServerMotionStateStop);
     jog.setState(LRob_typeServerMotionStateMove);  // jogs may leave stop and done
     EXPECT_EQ(jog.state, LRob_typeServerMotionStateMove);
+    EXPECT_EQ(Log::count("jogcmd, id: 6, stateChanged: stopped_state->moving_state"), 1u);
     jog.setState(LRob_typeServerMotionStateDone);
     jog.setState(LRob_typeServerMotionStatePause);
     EXPECT_EQ(jog.state, LRob_typeServerMotionStatePause);
@@ -268,7 +281,8 @@ TEST(MotionRecord, ReportPacingAnswersOnTheFifthCall) {
     MotionManager m;
     for (int i = 1; i <= 4; ++i) EXPECT_FALSE(m.ableToUpdateEDKState()) << i;
     EXPECT_TRUE(m.ableToUpdateEDKState());
-    EXPECT_TRUE(m.ableToUpdateEDKState());  // and from then on, until the next reset
+    EXPECT_TRUE(m.ableToUpdateEDKState());
+    EXPECT_EQ(m.waitDelayCount_, 5);
     m.resetWaitDelayCount();
     EXPECT_FALSE(m.ableToUpdateEDKState());
 }

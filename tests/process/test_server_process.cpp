@@ -14,6 +14,7 @@
 #include "arm_channel.h"
 #include "child_process.h"
 #include "plc_command.h"
+#include "plc_over_shm.h"
 #include "process_image.h"
 #include "srci_plc/client.hpp"
 
@@ -21,51 +22,6 @@ using namespace srci_test;
 using srci_plc::WaitFor;
 
 namespace {
-
-// Each exchange writes the PLC telegram and waits for the adapter's next answer.
-class ShmTransport : public srci_plc::Transport {
-public:
-    explicit ShmTransport(ProcessImage& image) : image_(image) {}
-
-    void exchange(const std::vector<uint8_t>& tx, std::vector<uint8_t>& rx) override {
-        image_.writePlcTelegram(tx.data());
-        const auto deadline = Clock::now() + std::chrono::milliseconds(500);
-        uint8_t answer[256];
-        for (;;) {
-            image_.readRobotTelegram(answer);
-            if (answer[1] != lastLifesign_) break;  // the adapter's lifesign moves every telegram
-            if (Clock::now() > deadline) throw srci_plc::TransportError("the adapter stopped answering");
-            std::this_thread::sleep_for(std::chrono::microseconds(500));
-        }
-        const auto now = Clock::now();
-        if (seen_) maxGapMs_ = std::max(maxGapMs_, std::chrono::duration<double, std::milli>(now - last_).count());
-        seen_ = true;
-        last_ = now;
-        lastLifesign_ = answer[1];
-        rx.assign(answer, answer + std::min<size_t>(rx.empty() ? 256 : rx.size(), 256));
-    }
-
-    // Longest time between two fresh answers since the last reset.
-    double maxGapMs() const { return maxGapMs_; }
-    void resetGap() {
-        maxGapMs_ = 0;
-        seen_ = false;
-    }
-
-private:
-    using Clock = std::chrono::steady_clock;
-    ProcessImage& image_;
-    uint8_t lastLifesign_ = 0;
-    bool seen_ = false;
-    Clock::time_point last_;
-    double maxGapMs_ = 0;
-};
-
-double field(const srci_plc::CommandResult& r, const std::string& name) {
-    for (const auto& f : r.data)
-        if (f.name == name && std::holds_alternative<double>(f.value)) return std::get<double>(f.value);
-    return -1e300;
-}
 
 // Without the I/O manager's image, or with the image but not its two attachments, the adapter
 // must end with an error and say why instead of cycling against nothing. With one attachment
@@ -94,28 +50,13 @@ TEST(ServerStartUp, WithoutAUsableProcessImageItLogsAndEndsWithAnError) {
     }
 }
 
-class RunningServer : public ::testing::Test {
+class RunningServer : public ServerOverShm {
 protected:
     void SetUp() override { start(); }
 
-    // Start-up powers the arm before the first cycle, so the first answer shows it is up.
     void start() {
-        std::memset(image.robotToPlc(), 0, 256);
-        server = std::make_unique<ChildProcess>(SRCI_SERVER_BIN, std::vector<std::string>{}, dir.path(),
-                                                dir.file("out.txt"));
-        ASSERT_TRUE(eventually(
-            [&] {
-                uint8_t telegram[256];
-                image.readRobotTelegram(telegram);
-                return telegram[1] != 0;
-            },
-            30000))
-            << readFile(dir.file("out.txt"));
-        transport = std::make_unique<ShmTransport>(image);
-        srci_plc::ClientOptions options;
-        options.lifesign_timeout_ms = 2000;
-        client = std::make_unique<srci_plc::Client>(*transport, options);
-        client->connect();
+        ASSERT_TRUE(startServer()) << readFile(dir.file("out.txt"));
+        connect();
     }
 
     void restart() {
@@ -128,12 +69,6 @@ protected:
                                 WaitFor what = WaitFor::Final) {
         return client->execute(command(name), values, what, 30000);
     }
-
-    ProcessImage image{2};
-    TempDir dir;
-    std::unique_ptr<ChildProcess> server;
-    std::unique_ptr<ShmTransport> transport;
-    std::unique_ptr<srci_plc::Client> client;
 };
 
 // The power worker does the slow part; the cycle keeps answering the PLC meanwhile. A blocked
