@@ -2,11 +2,17 @@
 // The whole chain as separate processes, as an integrator runs it: pnio-sim owns the process
 // image and bridges TCP, srci_server cycles against it with its simulated arm, and the srci-plc
 // command line is the PLC. The arm's own control channel confirms where it came to rest.
+#include <arpa/inet.h>
 #include <gtest/gtest.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
 
 #include <map>
+#include <random>
 #include <regex>
 #include <sstream>
+#include <vector>
 
 #include "arm_channel.h"
 #include "process_chain.h"
@@ -79,6 +85,36 @@ read-position
     EXPECT_GT(commandResults(stopped.output, "read-position").at(0).at("j1"), 1.0) << "the stopped move ended short";
     EXPECT_TRUE(eventually(
         [&] { return armRequest(dir.file("srciport.sock"), "flags").find("enabled=0") != std::string::npos; }, 10000));
+}
+
+// Garbage from a TCP client reaches the gateway and the adapter's interpreter in the running
+// chain; neither process may go, and a real PLC is served at once afterwards.
+TEST_F(DemoChain, MalformedTelegramsDoNotDisturbTheAdapter) {
+    const auto rawClient = [&](size_t bytes, int telegrams) {
+        const int fd = socket(AF_INET, SOCK_STREAM, 0);
+        sockaddr_in addr{};
+        addr.sin_family = AF_INET;
+        addr.sin_port = htons(static_cast<uint16_t>(std::stoi(port)));
+        addr.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        if (connect(fd, reinterpret_cast<sockaddr*>(&addr), sizeof addr) == 0) {
+            std::mt19937 random(static_cast<unsigned>(bytes));
+            std::vector<uint8_t> junk(bytes);
+            for (int t = 0; t < telegrams; ++t) {
+                for (auto& b : junk) b = static_cast<uint8_t>(random());
+                if (write(fd, junk.data(), junk.size()) < 0) break;
+                uint8_t answer[256];
+                if (bytes == 256 && read(fd, answer, sizeof answer) <= 0) break;
+            }
+        }
+        close(fd);
+    };
+    rawClient(100, 1);    // a partial telegram, then gone
+    rawClient(256, 200);  // whole telegrams of garbage
+    rawClient(3000, 1);   // more than a telegram at once
+    EXPECT_TRUE(server->running());
+    EXPECT_TRUE(pnio->running());
+    const PlcRun good = plc({"status"});
+    EXPECT_EQ(good.code, 0) << good.output;
 }
 
 // Without a gateway to talk to, the command line ends with its connection exit code and says why.
