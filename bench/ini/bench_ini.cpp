@@ -16,64 +16,60 @@ namespace {
 
 constexpr const char* toolKeys[] = {"x", "y", "z", "rx", "ry", "rz", "fixTCP", "loadId", "physicalToolId"};
 
+std::string baseDir(int onTmpfs) {
+    if (onTmpfs != 0 && std::filesystem::is_directory("/dev/shm")) return "/dev/shm";
+    return std::filesystem::current_path().string();
+}
+
+// A file of tool sections, {sections, on tmpfs} taken from the benchmark's arguments; the
+// benchmarks work on its middle section.
 class ParameterFile {
 public:
-    ParameterFile(const std::string& base, int sections) {
-        std::string pattern = base + "/bench-ini-XXXXXX";
+    explicit ParameterFile(const benchmark::State& state) {
+        const int sections = static_cast<int>(state.range(0));
+        std::string pattern = baseDir(static_cast<int>(state.range(1))) + "/bench-ini-XXXXXX";
         if (::mkdtemp(pattern.data()) == nullptr) std::abort();
         dir_ = pattern;
         ini_.emplace(dir_ + "/srci.ini");
         for (int s = 1; s <= sections; ++s) {
-            const std::string section = "tool" + std::to_string(s);
-            for (const char* key : toolKeys) ini_->put(section, key, 1.0);
+            const std::string name = "tool" + std::to_string(s);
+            for (const char* key : toolKeys) ini_->put(name, key, 1.0);
         }
+        section = "tool" + std::to_string((sections + 1) / 2);
     }
     ~ParameterFile() { std::filesystem::remove_all(dir_); }
 
     INI& ini() { return *ini_; }
+    std::string section;
 
 private:
     std::string dir_;
     std::optional<INI> ini_;
 };
 
-std::string baseDir(int onTmpfs) {
-    if (onTmpfs != 0 && std::filesystem::is_directory("/dev/shm")) return "/dev/shm";
-    return std::filesystem::current_path().string();
-}
-
-std::string middleSection(int sections) { return "tool" + std::to_string((sections + 1) / 2); }
-
-// 1.000000 <-> 2.000000: the key line keeps its length and is overwritten in place.
-void putSameLength(benchmark::State& state) {
-    ParameterFile file(baseDir(static_cast<int>(state.range(1))), static_cast<int>(state.range(0)));
-    const std::string section = middleSection(static_cast<int>(state.range(0)));
+// rx alternates between 1.0 and `other`.
+void putRx(benchmark::State& state, double other) {
+    ParameterFile file(state);
     double value = 1.0;
     for (auto _ : state) {
-        value = value == 1.0 ? 2.0 : 1.0;
-        if (!file.ini().put(section, "rx", value)) state.SkipWithError("write failed");
+        value = value == 1.0 ? other : 1.0;
+        if (!file.ini().put(file.section, "rx", value)) state.SkipWithError("write failed");
     }
 }
 
-// 1.000000 <-> 10.000000: the length changes, so the file is copied through srci.in~.
-void putChangingLength(benchmark::State& state) {
-    ParameterFile file(baseDir(static_cast<int>(state.range(1))), static_cast<int>(state.range(0)));
-    const std::string section = middleSection(static_cast<int>(state.range(0)));
-    double value = 1.0;
-    for (auto _ : state) {
-        value = value == 1.0 ? 10.0 : 1.0;
-        if (!file.ini().put(section, "rx", value)) state.SkipWithError("write failed");
-    }
-}
+// 1.000000 <-> 2.000000: the key line keeps its length.
+void putSameLength(benchmark::State& state) { putRx(state, 2.0); }
+
+// 1.000000 <-> 10.000000: the length changes.
+void putChangingLength(benchmark::State& state) { putRx(state, 10.0); }
 
 // A whole tool record, as the store writes one: six pose keys change, three keep their value.
 void putToolRecord(benchmark::State& state) {
-    ParameterFile file(baseDir(static_cast<int>(state.range(1))), static_cast<int>(state.range(0)));
-    const std::string section = middleSection(static_cast<int>(state.range(0)));
+    ParameterFile file(state);
     double value = 1.0;
     for (auto _ : state) {
         value = value == 1.0 ? 10.0 : 1.0;
-        IniRecord record(section);
+        IniRecord record(file.section);
         for (const char* key : toolKeys)
             record.add(key, key[0] == 'x' || key[0] == 'y' || key[0] == 'z' || key[0] == 'r' ? value : 1.0);
         if (!file.ini().put(record)) state.SkipWithError("write failed");
@@ -81,9 +77,8 @@ void putToolRecord(benchmark::State& state) {
 }
 
 void getDouble(benchmark::State& state) {
-    ParameterFile file(baseDir(static_cast<int>(state.range(1))), static_cast<int>(state.range(0)));
-    const std::string section = middleSection(static_cast<int>(state.range(0)));
-    for (auto _ : state) benchmark::DoNotOptimize(file.ini().getDouble(section, "physicalToolId"));
+    ParameterFile file(state);
+    for (auto _ : state) benchmark::DoNotOptimize(file.ini().getDouble(file.section, "physicalToolId"));
 }
 
 // {sections, on tmpfs}: 16 sections as asked of the store's tool table, 47 as a

@@ -156,15 +156,16 @@ bool removalIsNoOp(std::string_view content, const IniChange& change) {
     return change.key == nullptr ? !found.sectionFound : !found.keyFound;
 }
 
-}  // namespace
-
+// One change on its own: a set is a record of one key.
 bool applyChange(std::string& content, const IniChange& change) {
-    if (change.key != nullptr && change.value != nullptr) return applyRecord(content, &change, 1);
+    if (change.key != nullptr && change.value != nullptr) return applyChanges(content, &change, 1);
     if (removalIsNoOp(content, change)) return true;
     return rebuild(content, [&](IniLineReader& source, CopyTarget& out) { copyWithRemoval(source, out, change); });
 }
 
-bool applyRecord(std::string& content, const IniChange* changes, int count) {
+}  // namespace
+
+bool applyChanges(std::string& content, const IniChange* changes, int count) {
     // A removal, a second section or a key named twice: one change after another.
     bool oneSectionOfDistinctKeys = true;
     for (int i = 0; i < count && oneSectionOfDistinctKeys; ++i) {

@@ -50,7 +50,7 @@ int applyAll(const char* filename, const IniChange* changes, int count) {
     bool exists = false;
     if (!loadFile(filename, content, exists)) return 0;
     std::string updated = content;
-    if (!applyRecord(updated, changes, count)) return 0;
+    if (!applyChanges(updated, changes, count)) return 0;
     if (updated == content && (exists || updated.empty())) return 1;  // nothing to write (or nothing to create)
     return iniStorage().replace(filename, updated) ? 1 : 0;
 }

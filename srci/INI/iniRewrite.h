@@ -14,14 +14,11 @@ struct IniChange {
     const char* value;         // null: remove the key
 };
 
-// Applies the change to `content` as a write to the file would. A key that already holds
-// the value, or a removal of something absent, leaves the text untouched. False only when
-// the text could not be processed.
-bool applyChange(std::string& content, const IniChange& change);
-
-// Applies the changes as the same changes applied one after another would, with one scan of
-// the text when they set distinct keys of one section (a record).
-bool applyRecord(std::string& content, const IniChange* changes, int count);
+// Applies the changes to `content` as writes to the file one after another would; changes that
+// set distinct keys of one section (a record) take one scan of the text. A key that already
+// holds its value, or a removal of something absent, leaves the text as it was. False only
+// when the text could not be processed.
+bool applyChanges(std::string& content, const IniChange* changes, int count);
 
 // The INI file name with its last character replaced by "~"; empty when that
 // would not give a different name.
