@@ -76,7 +76,7 @@ TEST_F(HandlerTest, ToolReadsOfTheCurrentToolKeepNumberZeroInTheAnswer) {
     }
 }
 
-TEST_F(HandlerTest, FrameWritesRefuseSelfAndUnknownReferences) {
+TEST_F(HandlerTest, FrameWritesRefuseSelfUnknownAndChainedReferences) {
     ASSERT_EQ(call<LRob_typeServerRspWriteFrameData>(srl_write_frame_data_funs, frameWrite(1, 0, 100)).err, 0);
     struct Row {
         USInt number, reference;
@@ -85,14 +85,16 @@ TEST_F(HandlerTest, FrameWritesRefuseSelfAndUnknownReferences) {
                 {4, 16, 35859},
                 {0, 0, ERR_CMD_SPECIFIC_INVALID_PARAMETER_FRAME_NR},
                 {16, 0, ERR_CMD_SPECIFIC_INVALID_PARAMETER_FRAME_NR},
-                {4, 1, 0}};
+                {4, 1, 0},
+                {2, 1, 0},
+                {4, 2, 35859}};  // frame 2 refers to frame 1: one level too deep
     for (const Row& r : rows)
         EXPECT_EQ(
             call<LRob_typeServerRspWriteFrameData>(srl_write_frame_data_funs, frameWrite(r.number, r.reference, 5)).err,
             r.err)
             << int(r.number) << " on " << int(r.reference);
 
-    // The store refuses chains and gives the controller world coordinates (tests/motion).
+    // The refused chain left frame 4 as written on frame 1 (world coordinates: tests/motion).
     LRob_typeServerCmdReadFrameData read{};
     read.FrameNo = 4;
     const auto a = call<LRob_typeServerRspReadFrameData>(srl_read_frame_data_funs, read);

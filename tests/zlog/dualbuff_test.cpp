@@ -4,9 +4,11 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/mman.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cstring>
 #include <string>
 
 #include "dualbuff_layout.h"
@@ -137,30 +139,55 @@ TEST_F(DualBuff, HalfOfAReaderThatDiedMidCopyIsHandedOutAgain) {
     EXPECT_EQ(drain(reader), "");
 }
 
-TEST(DualBuffForeignSegment, WrongSizeOrMagicIsRejectedWithoutTouchingIt) {
-    struct Foreign {
-        size_t size;
-        uint32_t magic;
+TEST(DualBuffForeignSegment, ShortObjectIsRejectedWithoutTouchingIt) {
+    // Mapped at full size, a shorter object would fault on first access.
+    zlog_test::ShmScope scope{CHANNEL};
+    int fd = shm_open(qxutil::channelShmName(CHANNEL).c_str(), O_RDWR | O_CREAT | O_EXCL, 0600);
+    ASSERT_GE(fd, 0);
+    ASSERT_EQ(ftruncate(fd, 4096), 0);
+    const uint32_t words[2] = {qxutil::detail::StateReady, qxutil::detail::SEGMENT_MAGIC};
+    ASSERT_EQ(pwrite(fd, words, sizeof words, 0), static_cast<ssize_t>(sizeof words));
+    DualBuffReader reader(CHANNEL);
+    DualBuffWriter writer(CHANNEL);
+    EXPECT_FALSE(reader.attached());
+    EXPECT_EQ(writer.write("x", 1), -1);
+    EXPECT_EQ(writer.dropped(), 1u);
+    struct stat st {};
+    ASSERT_EQ(fstat(fd, &st), 0);
+    EXPECT_EQ(st.st_size, 4096) << "a foreign object is never resized";
+    close(fd);
+}
+
+// A full-size object whose header is ours but for one field: another build, another layout or
+// someone else's memory. Neither side may attach, and the header stays as it was.
+TEST(DualBuffForeignSegment, HeaderDifferingInOneFieldIsRejectedWithoutTouchingIt) {
+    using qxutil::detail::SegmentHeader;
+    struct Row {
+        const char* field;
+        void (*differ)(SegmentHeader*);
     };
-    // A short object would fault if mapped at full size; a full-size one with a strange
-    // magic belongs to someone else.
-    for (Foreign foreign : {Foreign{4096, qxutil::detail::SEGMENT_MAGIC}, Foreign{qxutil::DUAL_SHM_SIZE, 0xdeadbeef}}) {
+    const Row rows[] = {
+        {"magic", [](SegmentHeader* h) { h->magic = 0xdeadbeef; }},
+        {"version", [](SegmentHeader* h) { ++h->version; }},
+        {"header size", [](SegmentHeader* h) { h->header_size -= 8; }},
+        {"segment size", [](SegmentHeader* h) { h->shm_size /= 2; }},
+        {"half size", [](SegmentHeader* h) { h->half_size /= 2; }},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.field);
         zlog_test::ShmScope scope{CHANNEL};
-        // The foreign object is there before any of our code attaches.
-        int fd = shm_open(qxutil::channelShmName(CHANNEL).c_str(), O_RDWR | O_CREAT | O_EXCL, 0600);
-        ASSERT_GE(fd, 0);
-        ASSERT_EQ(ftruncate(fd, static_cast<off_t>(foreign.size)), 0);
-        const uint32_t words[2] = {qxutil::detail::StateReady, foreign.magic};
-        ASSERT_EQ(pwrite(fd, words, sizeof words, 0), static_cast<ssize_t>(sizeof words));
-        close(fd);
+        { DualBuffWriter creator(CHANNEL); }  // leaves a well-formed segment behind
+        RawSegment raw(CHANNEL);
+        ASSERT_NE(raw.header(), MAP_FAILED);
+        row.differ(raw.header());
+        const SegmentHeader before = *raw.header();
         DualBuffReader reader(CHANNEL);
         DualBuffWriter writer(CHANNEL);
         EXPECT_FALSE(reader.attached());
         EXPECT_EQ(drain(reader), "");
         EXPECT_EQ(writer.write("x", 1), -1);
         EXPECT_EQ(writer.dropped(), 1u);
-        RawSegment raw(CHANNEL);
-        EXPECT_EQ(raw.header()->magic, foreign.magic);
+        EXPECT_EQ(std::memcmp(raw.header(), &before, sizeof before), 0);
     }
 }
 
