@@ -63,6 +63,7 @@ protected:
     // A robot that enables, jogs by increments and finishes moves at once.
     void robot(FakeRobotPeer& p, const ReceivedCommand& c) {
         const auto& b = c.payload;
+        payloads.push_back(b);
         switch (c.cmd_type()) {
             case 1000: {
                 const bool on = b.size() > 4 && (b[4] & 1);
@@ -97,6 +98,9 @@ protected:
                 held.clear();
                 p.respond(c.cmd_id, 10, c.par_seq(), {0});
                 break;
+            case 5205:  // WriteToolData
+                p.respond(c.cmd_id, 10, c.par_seq(), {});
+                break;
             case 9000:
                 answer_startup(p, c);
                 configs.push_back(c);
@@ -116,6 +120,7 @@ protected:
     std::vector<uint16_t> stops, held;
     std::vector<uint8_t> jog_directions;
     std::vector<ReceivedCommand> configs;
+    std::vector<std::vector<uint8_t>> payloads;  // every command the robot received
 };
 
 TEST_F(RunnerTest, EnableThenDisableUpdatesTheSameCommand) {
@@ -155,6 +160,35 @@ TEST_F(RunnerTest, MotionWaitDoneAndConfigurationUpdates) {
     EXPECT_EQ((configs[1].payload[10] << 8) | configs[1].payload[11], 300);
     EXPECT_EQ(configs[1].first_action, 0x05);
     EXPECT_EQ(configs[1].par_seq(), 2);
+}
+
+// What an answer line prints as sent ("#5 write-tool tool=1 x=0 ... ->") runs again when pasted
+// back, and sends the same command.
+TEST_F(RunnerTest, APrintedCommandSendsTheSameWhenPastedBack) {
+    const struct {
+        const char* typed;
+        const char* printed;
+        std::size_t stamp;  // bytes of the client's date and time after the header, which differ
+    } rows[] = {
+        {"write-tool 3 0 0 100 0 90 0 load=2", "write-tool tool=3 x=0 y=0 z=100 rx=0 ry=90 rz=0 load=2", 6},
+        {"move-axes 1 2 3 4 5 6 vel=20", "move-axes j1=1 j2=2 j3=3 j4=4 j5=5 j6=6 vel=20", 0},
+    };
+    const auto sentPart = [](const std::string& text) {
+        const std::size_t from = text.find(' ') + 1;
+        return text.substr(from, text.find(" ->") - from);
+    };
+    for (const auto& row : rows) {
+        const std::string first = format_text(forced->run(line(std::string(row.typed) + " --no-wait")));
+        EXPECT_EQ(sentPart(first), row.printed);
+        const std::size_t sent = payloads.size();
+        const Outcome again = forced->run(line(std::string(row.printed) + " --no-wait"));
+        EXPECT_TRUE(again.ok) << format_text(again);
+        EXPECT_EQ(sentPart(format_text(again)), row.printed);
+        ASSERT_EQ(payloads.size(), sent + 1);
+        for (std::vector<uint8_t>* p : {&payloads[sent - 1], &payloads[sent]})
+            std::fill_n(p->begin() + 4, row.stamp, uint8_t{0});
+        EXPECT_EQ(payloads[sent], payloads[sent - 1]) << row.printed;
+    }
 }
 
 TEST_F(RunnerTest, EnableThatCannotSucceedSaysWhyAtTheFirstRefusal) {

@@ -59,6 +59,12 @@ TEST(CliValues, MissingExtraOrRefusedValuesAreCaughtAndNamed) {
         {"read-messages", ""},              // owned by the session
         {"teleport 1 2 3", ""},             // unknown
         {"stop now", ""},
+        // values by name, as answer lines print them
+        {"write-tool 1 x=0 y=0 z=100", "missing RX RY RZ"},
+        {"move-axes j1=0 j2=0 j4=0 j5=0 j6=0", "missing J3 J4 J5 J6"},
+        {"write-tool 1 0 x=5 y=0 z=0 rx=0 ry=0 rz=0", "x given twice"},
+        {"write-tool tool=1 x=0 y=0 z=100 rx=0 ry=0 rz=0", "accepted"},
+        {"override override=150", "override must be 0..100"},
         {"move-axes 0 -30 90 0 60 0 vel=20", "accepted"},
         {"move-axes 0 -30 90 0 60 0 vel=20 --no-wait # comment", "accepted"},
         {"jog joint j1+ rot=5", "accepted"},

@@ -34,7 +34,9 @@ const char* kIntro =
 
 const char* kFooter =
     "Commands take exactly their documented VALUES (see `srci-plc help COMMAND`); anything\n"
-    "else is key=value. Options may stand before or after the command.\n\n"
+    "else is key=value. VALUES may also come by name, as each answer line prints them\n"
+    "(write-tool tool=1 x=0 y=0 z=100 rx=0 ry=0 rz=0). Options may stand before or after the\n"
+    "command.\n\n"
     "Exit status: 0 all commands succeeded, 1 a command ended in Error/Aborted or timed out,\n"
     "2 bad command line or script, 3 connection or start-up failure, 130 interrupted.\n\n"
     "Examples:\n"

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "command_runner.hpp"
 
+#include <algorithm>
 #include <chrono>
 #include <cstdio>
 
@@ -25,9 +26,13 @@ const CommandDef& lookup(const std::string& name) {
     return *def;
 }
 
-// Positional words become the command's named parameters, in table order.
+// Positional words become the command's named parameters, in table order. The values after the
+// last positional word may also come by name, as each answer line prints them (`write-tool tool=1
+// x=0 ...`), so a printed command can be pasted back.
 ParamValues positional_values(const CommandDef& def, const CommandLine& line) {
-    if (const CliCommand* c = find_cli_command(line.name)) check_value_count(*c, line.positional.size());
+    size_t given = line.positional.size();
+    while (given < def.positional.size() && line.values.count(def.positional[given]) != 0) ++given;
+    if (const CliCommand* c = find_cli_command(line.name)) check_value_count(*c, given);
     if (line.positional.size() > def.positional.size())
         throw UsageError(line.name + ": too many values (expected at most " + std::to_string(def.positional.size()) +
                          ")");
@@ -158,8 +163,14 @@ Outcome CommandRunner::execute(const CommandLine& line) {
     const CommandDef& def = lookup(n);
     const ParamValues v = positional_values(def, line);
     o.cmd_type = def.cmd_type;
-    for (size_t i = 0; i < line.positional.size(); ++i) o.sent.emplace_back(def.positional[i], v.at(def.positional[i]));
-    for (const auto& [k, x] : line.values) o.sent.emplace_back(k, x);
+    // The command's own values first, in their order, whether given by position or by name.
+    const auto isPositional = [&](const std::string& key) {
+        return std::find(def.positional.begin(), def.positional.end(), key) != def.positional.end();
+    };
+    for (const std::string& key : def.positional)
+        if (const auto it = v.find(key); it != v.end()) o.sent.emplace_back(key, it->second);
+    for (const auto& [k, x] : line.values)
+        if (!isPositional(k)) o.sent.emplace_back(k, x);
 
     if (n == "enable") {
         o = finish(std::move(o), commands_.enable(v));
