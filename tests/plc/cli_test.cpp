@@ -47,6 +47,31 @@ TEST(CliOutput, JsonEscapesTextAndNamesErrorCodes) {
     EXPECT_EQ(nlohmann::json::parse(format_message_json(m))["code_name"], "err_pstop_estop");
 }
 
+// A read that failed answers with a zeroed record: those zeroes are not the robot's values. A
+// failed move's progress is.
+TEST(CliOutput, AFailedInstantCommandShowsNoRecordAFailedMoveShowsItsProgress) {
+    const struct {
+        const char* command;
+        uint16_t cmd_type;
+        uint8_t state;
+        bool shown;
+    } rows[] = {
+        {"read-tool", cmd_type::kReadToolData, cmd_state::kError, false},
+        {"read-tool", cmd_type::kReadToolData, cmd_state::kDone, true},
+        {"move-linear", cmd_type::kMoveLinearAbsolute, cmd_state::kError, true},
+    };
+    for (const auto& row : rows) {
+        Outcome o;
+        o.command = row.command;
+        o.cmd_type = row.cmd_type;
+        o.has_result = o.result.answered = true;
+        o.result.header.state = row.state;
+        o.result.data.push_back(DecodedField{"x", FieldType::F32, 0.0});
+        EXPECT_EQ(format_text(o).find(" x=0.000") != std::string::npos, row.shown) << format_text(o);
+        EXPECT_EQ(nlohmann::json::parse(format_json(o))["data"].contains("x"), row.shown) << format_json(o);
+    }
+}
+
 class RunnerTest : public ::testing::Test {
 protected:
     void SetUp() override {

@@ -6,6 +6,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "srci_plc/command_catalog.hpp"
 #include "srci_plc/error_names.hpp"
 
 namespace srci_plc::cli {
@@ -52,6 +53,16 @@ std::string code_text(uint16_t code) {
     return buf;
 }
 
+// An instant command that ended in an error answers with its record zeroed: printed, those
+// zeroes would read as the robot's values. A move's or enable's fields (progress, Enabled) still
+// describe the robot when it fails, and stay.
+bool shows_data(const Outcome& o) {
+    if (!o.has_result) return false;
+    if (o.result.header.state != cmd_state::kError) return true;
+    const CommandDef* def = find_command(o.cmd_type);
+    return def == nullptr || def->kind != CommandKind::Instant;
+}
+
 }  // namespace
 
 std::string format_text(const Outcome& o) {
@@ -72,7 +83,8 @@ std::string format_text(const Outcome& o) {
                 if (const std::string hint = error_code_hint(h.code); !hint.empty()) line += " -> " + hint;
             }
         }
-        for (const auto& f : o.result.data) line += " " + f.name + "=" + text_value(f);
+        if (shows_data(o))
+            for (const auto& f : o.result.data) line += " " + f.name + "=" + text_value(f);
     } else {
         line += o.ok ? " -> ok" : " -> failed";
     }
@@ -106,7 +118,7 @@ std::string format_json(const Outcome& o) {
         }
     }
     nlohmann::json& data = j["data"] = nlohmann::json::object();
-    if (o.has_result)
+    if (shows_data(o))
         for (const auto& f : o.result.data) data[f.name] = json_value(f.value);
     for (const auto& f : o.info) data[f.name] = json_value(f.value);
     if (!o.note.empty()) j["note"] = o.note;
