@@ -92,6 +92,10 @@ protected:
         switch (c.cmd_type()) {
             case 1000: {
                 const bool on = b.size() > 4 && (b[4] & 1);
+                if (on && latched) {  // stays Active, not enabled, and says nothing
+                    p.respond(c.cmd_id, 4, c.par_seq(), {0});
+                    break;
+                }
                 if (on && estop) {  // stays Active, not enabled, and says why in a message
                     p.respond(c.cmd_id, 4, c.par_seq(), {0});
                     std::vector<uint8_t> msg(40, 0);
@@ -140,6 +144,7 @@ protected:
     std::unique_ptr<Client> client;
     std::unique_ptr<CommandRunner> runner, forced;
     bool estop = false;
+    bool latched = false;
     bool hold_moves = false;   // moves stay Active
     int interrupt_after = -1;  // Ctrl-C after this many polls
     std::vector<uint16_t> stops, held;
@@ -213,6 +218,20 @@ TEST_F(RunnerTest, APrintedCommandSendsTheSameWhenPastedBack) {
         for (std::vector<uint8_t>* p : {&payloads[sent - 1], &payloads[sent]})
             std::fill_n(p->begin() + 4, row.stamp, uint8_t{0});
         EXPECT_EQ(payloads[sent], payloads[sent - 1]) << row.printed;
+    }
+}
+
+// The message of a latched stop may have gone to an earlier connection; the status word still
+// shows the pending error, and the timed-out enable says what to do about it.
+TEST_F(RunnerTest, EnableThatNeverComesNamesAPendingErrorTheStatusWordShows) {
+    latched = true;
+    CommandRunner quick(*client, 300, false, Client::Progress{});
+    for (const bool pending : {false, true}) {
+        peer.status = pending ? 1u << 5 : 0u;
+        const Outcome o = quick.run(line("enable"));
+        EXPECT_TRUE(o.result.timed_out) << format_text(o);
+        EXPECT_EQ(o.note.find("while an error is pending") != std::string::npos, pending) << o.note;
+        EXPECT_EQ(o.note.find("srci-plc reset") != std::string::npos, pending) << o.note;
     }
 }
 

@@ -177,6 +177,8 @@ Outcome CommandRunner::execute(const CommandLine& line) {
         if (o.ok && !o.result.enabled) {
             o.ok = false;
             if (o.note.empty()) o.note = enable_refusal();
+        } else if (o.result.timed_out && !o.result.enabled) {
+            o.note += "; " + enable_refusal();
         }
         return o;
     }
@@ -205,6 +207,10 @@ std::string CommandRunner::enable_refusal() const {
         if (it->severity >= kSeverityError)
             return "robot refused to enable: " + describe_error_code(it->error_code) +
                    (it->text.empty() ? "" : " [" + it->text + "]");
+    // Its message may have gone to an earlier connection; the status word still shows the error.
+    if (decode_status_word(client_.last_telegram().status).error_pending)
+        return "robot did not report Enabled while an error is pending: release any emergency or protective "
+               "stop, then `srci-plc reset`";
     return "robot did not report Enabled";
 }
 
