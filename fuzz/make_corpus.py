@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: Apache-2.0
-"""Writes the seed corpora of the fuzz targets from the golden telegrams of tests/srl/test_golden.cpp
-and the INI files of fuzz/ini/corpus. Run from the repository root: python3 fuzz/make_corpus.py"""
+"""Writes the seed corpora of the fuzz targets from the golden telegrams of tests/srl/test_golden.cpp,
+the INI files of fuzz/ini/corpus and the short capture of tests/trace. Run from the repository root: python3 fuzz/make_corpus.py"""
 import os
 import shutil
 import struct
@@ -57,6 +57,38 @@ def adapter_records(records):
     return b"".join(bytes([control]) + t for control, t in records)
 
 
+def pcapng_block(kind, body):
+    body += b"\x00" * (-len(body) % 4)
+    length = 12 + len(body)
+    return struct.pack("<II", kind, length) + body + struct.pack("<I", length)
+
+
+def udp_frame(src, dst, payload):
+    """An Ethernet/IPv4/UDP frame on 127.0.0.1, as pnio-sim's recorder writes each telegram."""
+    ip = bytearray(struct.pack(">BBHHHBBH4s4s", 0x45, 0, 28 + len(payload), 0, 0, 64, 17, 0, bytes([127, 0, 0, 1]),
+                               bytes([127, 0, 0, 1])))
+    total = sum(struct.unpack(">10H", bytes(ip)))
+    while total >> 16:
+        total = (total & 0xFFFF) + (total >> 16)
+    ip[10:12] = struct.pack(">H", ~total & 0xFFFF)
+    return b"\x00" * 12 + b"\x08\x00" + bytes(ip) + struct.pack(">HHHH", src, dst, 8 + len(payload), 0) + payload
+
+
+def trace(frames):
+    """A telegram trace: section header, one Ethernet interface in microseconds, a frame every 4 ms."""
+    shb = pcapng_block(0x0A0D0D0A, struct.pack("<IHHq", 0x1A2B3C4D, 1, 0, -1))
+    idb = pcapng_block(1, struct.pack("<HHI", 1, 0, 262144) + struct.pack("<HHB", 9, 1, 6) + b"\x00" * 3 +
+                       struct.pack("<HH", 0, 0))
+    packets = b""
+    for i, frame in enumerate(frames):
+        t = 1_764_000_000_000_000 + 4000 * i
+        packets += pcapng_block(6, struct.pack("<IIIII", 0, t >> 32, t & 0xFFFFFFFF, len(frame), len(frame)) + frame)
+    return shb + idb + packets
+
+
+PLC, ROBOT, EVENT = 46257, 46256, 46258
+
+
 def write(target, name, blob):
     d = os.path.join("fuzz", target, "corpus")
     os.makedirs(d, exist_ok=True)
@@ -87,6 +119,15 @@ def main():
     write("dualbuff", "overfull", b"\x20" + struct.pack("<IIIIQQIQQ", 2, 0x51584442, 1, 136, 3145728, 1048576, 1,
                                                         12, 1 << 40) + b"\x00" * 4 + b"record")
     write("dualbuff", "truncated", b"\x21" + header + struct.pack("<I", 2000) + b"recordrecord")
+
+    exchange = [udp_frame(EVENT, EVENT, b"\x01127.0.0.1:40000")]
+    for plc, robot in zip(HANDSHAKE + [ENABLE], ANSWERS):
+        exchange += [udp_frame(PLC, ROBOT, plc), udp_frame(ROBOT, PLC, robot)]
+    write("trace", "handshake", trace(exchange))
+    write("trace", "gap_then_dropped", trace(exchange[:5] + [udp_frame(EVENT, EVENT, b"\x0212 exchanges"),
+                                                             udp_frame(EVENT, EVENT, b"\x00client gone")]))
+    write("trace", "damaged_tail", trace(exchange)[:-100])
+    write("trace", "short_capture", open("tests/trace/data/short.pcapng", "rb").read())
 
     for name in sorted(os.listdir("fuzz/ini/corpus")):
         write("store", name, open(os.path.join("fuzz/ini/corpus", name), "rb").read())

@@ -244,14 +244,45 @@ TEST(TraceCommand, PrintsTheShortCaptureAsItsGoldenText) {
     EXPECT_EQ(out.str(), expected.str());
 }
 
+// A file of the given bytes, removed when it goes out of scope.
+class TempTrace {
+public:
+    explicit TempTrace(const std::vector<uint8_t>& bytes) {
+        const int fd = mkstemp(path_);
+        EXPECT_GE(fd, 0);
+        EXPECT_EQ(write(fd, bytes.data(), bytes.size()), static_cast<ssize_t>(bytes.size()));
+        close(fd);
+    }
+    ~TempTrace() { std::remove(path_); }
+    TempTrace(const TempTrace&) = delete;
+    TempTrace& operator=(const TempTrace&) = delete;
+    const char* path() const { return path_; }
+
+private:
+    char path_[32] = "/tmp/trace_test_XXXXXX";
+};
+
+TEST(TraceCommand, AClockSteppingBackPrintsBeforeTheStart) {
+    std::vector<uint8_t> f;
+    pnio_sim::trace::append_section_header(f, "test");
+    pnio_sim::trace::append_interface(f);
+    const uint8_t connected[] = {fmt::kEventClientConnected, 'p', 'l', 'c'};
+    pnio_sim::trace::append_udp_packet(f, 1'700'000'000'500'000, fmt::kEventPort, fmt::kEventPort, connected, 4, 1);
+    pnio_sim::trace::append_udp_packet(f, 1'700'000'000'250'000, fmt::kEventPort, fmt::kEventPort, connected, 4, 2);
+    const TempTrace file(f);
+    for (const bool json : {false, true}) {
+        std::ostringstream out, err;
+        ASSERT_EQ(srci_plc::cli::run_trace_command({file.path()}, json, out, err), 0) << err.str();
+        EXPECT_NE(out.str().find(json ? "\"t\":-0.250000," : "  -0.250000  connection"), std::string::npos)
+            << out.str();
+    }
+}
+
 TEST(TraceCommand, RefusesFilesItCannotReadWithAClearError) {
-    char path[] = "/tmp/trace_bad_XXXXXX";
-    const int fd = mkstemp(path);
-    ASSERT_GE(fd, 0);
     std::vector<uint8_t> cut = valid_file();
     cut.resize(cut.size() - 100);
-    ASSERT_EQ(write(fd, cut.data(), cut.size()), static_cast<ssize_t>(cut.size()));
-    close(fd);
+    const TempTrace file(cut);
+    const char* const path = file.path();
     const struct {
         std::vector<std::string> args;
         int status;
@@ -267,7 +298,6 @@ TEST(TraceCommand, RefusesFilesItCannotReadWithAClearError) {
         EXPECT_EQ(srci_plc::cli::run_trace_command(c.args, false, out, err), c.status) << c.says;
         EXPECT_NE(err.str().find(c.says), std::string::npos) << err.str();
     }
-    std::remove(path);
 }
 
 }  // namespace

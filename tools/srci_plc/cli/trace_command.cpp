@@ -90,9 +90,16 @@ std::string json_value(const DecodedField& f) {
     return buf;
 }
 
+// Seconds since the first packet. A capture's clock may step back (the host's time was set, or
+// the file was spliced): such an event is printed before the start, not 584 942 years after it.
+double seconds_since(uint64_t time_us, uint64_t start_us) {
+    return time_us >= start_us ? static_cast<double>(time_us - start_us) / 1e6
+                               : -static_cast<double>(start_us - time_us) / 1e6;
+}
+
 std::string text_line(const TraceEvent& e, uint64_t start_us) {
     char head[48];
-    std::snprintf(head, sizeof head, "%11.6f  %-10s ", static_cast<double>(e.time_us - start_us) / 1e6,
+    std::snprintf(head, sizeof head, "%11.6f  %-10s ", seconds_since(e.time_us, start_us),
                   trace_event_kind_name(e.kind));
     std::string line = head;
     switch (e.kind) {
@@ -126,7 +133,7 @@ std::string text_line(const TraceEvent& e, uint64_t start_us) {
 std::string json_line(const TraceEvent& e, uint64_t start_us) {
     char head[120];
     std::snprintf(head, sizeof head, "{\"t\":%.6f,\"time_us\":%llu,\"event\":\"%s\"",
-                  static_cast<double>(e.time_us - start_us) / 1e6, static_cast<unsigned long long>(e.time_us),
+                  seconds_since(e.time_us, start_us), static_cast<unsigned long long>(e.time_us),
                   trace_event_kind_name(e.kind));
     std::string line = head;
     const bool about_command =
