@@ -13,9 +13,11 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <string>
 
 #include "itf_rc/rcitf.h"
+#include "qxutil/dualbuff.h"
 #include "runtime.h"
 #include "srciport/sim_arm.h"
 #include "srl/srl_api.h"
@@ -28,6 +30,24 @@ constexpr size_t kTelegram = 256;
 constexpr double kCycleSeconds = 0.004;
 
 srciport::SimArm& arm() { return srciport::SimArm::instance(); }
+
+// The adapter logs through machine-wide channels, where a real srci_server on this machine would
+// file the fuzzer's records: the run takes channels of its own before any static initialiser
+// logs. They and the scratch directory go when the run ends.
+// A plain array: the handler runs after static destructors, a string would be gone by then.
+char g_scratch[] = "/dev/shm/fuzz-adapter-XXXXXX";
+bool g_scratchMade = false;
+
+void removeWhatTheRunLeaves() {
+    for (const char* name : {"errorlog", "rvodbg.log", "bus"}) qxutil::removeChannel(name);
+    std::error_code ignored;
+    if (g_scratchMade) std::filesystem::remove_all(g_scratch, ignored);
+}
+
+__attribute__((constructor(101))) void privateLogChannels() {
+    qxutil::setShmScope("fuzz-adapter-" + std::to_string(::getpid()));
+    std::atexit(removeWhatTheRunLeaves);
+}
 
 void fault(uint8_t which) {
     switch (which) {
@@ -102,8 +122,8 @@ void cycle(const uint8_t* telegram) {
 
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
     // The store keeps srci.ini in the working directory: give it a scratch one on tmpfs.
-    char dir[] = "/dev/shm/fuzz-adapter-XXXXXX";
-    if (::mkdtemp(dir) == nullptr || ::chdir(dir) != 0) std::abort();
+    g_scratchMade = ::mkdtemp(g_scratch) != nullptr;
+    if (!g_scratchMade || ::chdir(g_scratch) != 0) std::abort();
     arm().stopThread();
     arm().setManual(true);
     srci::setRcItfSleep([](int ms) { arm().step(ms / 1000.0); });

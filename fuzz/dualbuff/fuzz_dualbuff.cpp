@@ -41,6 +41,7 @@ size_t take(const uint8_t*& data, size_t& size, void* field, size_t n) {
 
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
     setShmScope("fuzz-dualbuff-" + std::to_string(::getpid()));
+    std::atexit([] { removeChannel(kChannel); });  // the last input's segment would stay in /dev/shm
     // A header left "initialising" is common in the inputs: one step of waiting for it takes the
     // same path as the full 200 ms.
     detail::setInitialisationWaitSteps(1);

@@ -8,6 +8,8 @@
 
 #include <cstdio>
 
+#include "isolated_log_channels.h"
+
 #ifdef SRCI_COVERAGE_DUMP
 // A build for coverage writes its counters at exit, which _exit skips.
 extern "C" void __gcov_dump();
@@ -17,6 +19,7 @@ int main(int argc, char** argv) {
     ::testing::InitGoogleTest(&argc, argv);
     const int result = RUN_ALL_TESTS();
     std::fflush(nullptr);
+    srci_test::removeIsolatedLogChannels();  // at exit, which _exit skips
 #ifdef SRCI_COVERAGE_DUMP
     __gcov_dump();
 #endif

@@ -7,17 +7,18 @@
 #include <cstdlib>
 #include <string>
 
+#include "isolated_log_channels.h"
 #include "qxutil/dualbuff.h"
 
-namespace {
-
-void removeChannels() {
+void srci_test::removeIsolatedLogChannels() {
     for (const char* name : {"errorlog", "rvodbg.log", "bus"}) qxutil::removeChannel(name);
 }
 
+namespace {
+
 __attribute__((constructor(101))) void isolateLogChannels() {
     qxutil::setShmScope("test" + std::to_string(getpid()));
-    std::atexit(removeChannels);
+    std::atexit(srci_test::removeIsolatedLogChannels);
 }
 
 }  // namespace
