@@ -156,8 +156,7 @@ Outcome CommandRunner::execute(const CommandLine& line) {
     Outcome o;
     o.command = n;
     if (n == "disable") {
-        o.cmd_type = cmd_type::kEnableRobot;
-        o.sent.emplace_back("enable", 0);
+        o.cmd_type = cmd_type::kEnableRobot;  // Enable=0 on the wire; "disable" says it
         return finish(std::move(o), commands_.disable());
     }
     const CommandDef& def = lookup(n);
@@ -219,11 +218,11 @@ Outcome CommandRunner::run_jog(const CommandLine& line) {
     Outcome o;
     o.command = line.name;
     o.cmd_type = cmd_type::kGroupJog;
-    o.sent.emplace_back("mode", static_cast<double>(j.mode));
+    o.words = {{"mode", line.positional[0]}, {"axis", j.axis}};
     for (const auto& [k, x] : j.values) o.sent.emplace_back(k, x);
+    if (j.duration_ms != 1000) o.sent.emplace_back("duration", j.duration_ms);
     const auto t0 = std::chrono::steady_clock::now();
     o = finish(std::move(o), commands_.jog(j.mode, j.axis, j.values, j.duration_ms));
-    o.note = o.note.empty() ? "axis " + j.axis : o.note;
     o.elapsed_ms = elapsed_since(t0);
     return o;
 }

@@ -13,7 +13,8 @@ namespace srci_plc::cli {
 
 struct Outcome {
     std::string command;
-    std::vector<std::pair<std::string, double>> sent;  // parameters as given
+    std::vector<std::pair<std::string, std::string>> words;  // named words before them (jog's mode and axis)
+    std::vector<std::pair<std::string, double>> sent;        // parameters as given
     uint16_t cmd_type = 0;
     bool has_result = false;
     CommandResult result;

@@ -69,6 +69,7 @@ std::string format_text(const Outcome& o) {
     std::string line;
     if (o.has_result) line += "#" + std::to_string(o.result.cmd_id) + " ";
     line += o.command;
+    for (const auto& w : o.words) line += " " + w.second;
     for (const auto& [k, v] : o.sent) line += " " + k + "=" + number(v);
     if (o.has_result) {
         const ResponseHeader& h = o.result.header;
@@ -100,6 +101,7 @@ std::string format_json(const Outcome& o) {
     j["command"] = o.command;
     if (o.cmd_type != 0) j["cmd_type"] = o.cmd_type;
     j["params"] = nlohmann::json::object();
+    for (const auto& [k, w] : o.words) j["params"][k] = w;
     for (const auto& [k, v] : o.sent) j["params"][k] = v;
     if (o.has_result) {
         const ResponseHeader& h = o.result.header;
