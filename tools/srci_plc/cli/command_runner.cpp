@@ -85,6 +85,16 @@ void check_encodable(const CommandDef& def, const ParamValues& v) {
     }
 }
 
+// MS given as a value or, as the answer line prints it, as ms=.
+double sleep_ms(const CommandLine& line) {
+    const bool named = line.positional.empty() && line.values.size() == 1 && line.values.count("ms") != 0;
+    if (!named && !line.values.empty()) throw UsageError("sleep takes MS only");
+    check_value_count(*find_cli_command("sleep"), named ? 1 : line.positional.size());
+    const double ms = named ? line.values.at("ms") : parse_number(line.positional[0], "sleep");
+    if (ms < 0 || ms > 3600000) throw UsageError("sleep must be 0..3600000 ms");
+    return ms;
+}
+
 // Commands with a verb of their own or that the session runs itself.
 bool without_values(const std::string& n) { return n == "status" || n == "wait-done" || n == "disable"; }
 
@@ -101,9 +111,7 @@ void validate_command(const CommandLine& line) {
         return;
     }
     if (n == "sleep") {
-        check_value_count(*find_cli_command(n), line.positional.size());
-        const double ms = parse_number(line.positional[0], "sleep");
-        if (ms < 0 || ms > 3600000) throw UsageError("sleep must be 0..3600000 ms");
+        (void)sleep_ms(line);
         return;
     }
     if (n == "run") throw UsageError("run cannot be nested in a script");
@@ -282,7 +290,7 @@ Outcome CommandRunner::run_wait_done() {
 Outcome CommandRunner::run_sleep(const CommandLine& line) {
     Outcome o;
     o.command = "sleep";
-    const double ms = parse_number(line.positional[0], "sleep");
+    const double ms = sleep_ms(line);
     o.sent.emplace_back("ms", ms);
     const auto t0 = std::chrono::steady_clock::now();
     client_.run_for(static_cast<int>(ms));
