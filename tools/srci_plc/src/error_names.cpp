@@ -263,7 +263,9 @@ constexpr Explained kExplained[] = {
     {0x0022, "controller refused the linear move",
      "target unreachable on a straight line or outside the limits; check it with `srci-plc ik`"},
     {0x0023, "controller refused the direct move", "target unreachable; check it with `srci-plc ik`"},
-    {0x0030, "disable refused while the arm moves", "stop the motion first: `srci-plc stop`"},
+    {0x0030, "the robot was disabled while it moved, and the motion was dropped",
+     "drives off by a stop, the controller's own application, or a disable; then `srci-plc reset` and "
+     "`srci-plc enable`"},
     {0x0031, "controller refused to pause", ""},
     {0x0032, "controller refused to stop", ""},
     {0x0033, "controller refused to continue", "only a paused motion can continue"},
