@@ -133,6 +133,7 @@ TEST(ErrorCodes, NamesMeaningsAndHintsForTypicalCauses) {
         {0x0075, "0x0075 err_pstop_estop: protective or emergency stop active (release the emergency stop"},
         {0x0021, "err_move_joint: controller refused the joint move (target outside the software limits"},
         {0x0030, "err_disable_when_moving: the robot was disabled while it moved, and the motion was dropped"},
+        {0x8C13, "write frame reference invalid (reference=0 (world) or a frame that refers to the world"},
         {0x10002, "0x10002 err_ini_no_section: section missing in srci.ini"},
         {0x8D10, "ERR_CMD_SPECIFIC_INVALID_PARAMETER_INCREMENTAL_TRANSLATION: invalid parameter: incremental"},
         {0x6F02, "robot not enabled (run `srci-plc enable`)"},
