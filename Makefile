@@ -50,10 +50,11 @@ asan: deps
 	cd $(ASAN_DIR) && ASAN_OPTIONS=detect_leaks=1 UBSAN_OPTIONS=print_stacktrace=1 \
 	  ctest --output-on-failure -j $(JOBS) -LE "no_sanitizer|soak"
 
+# The threaded tests, the in-process adapter and the fault tests (a whole srci_server per fault).
 tsan: deps
 	cmake -S . -B $(TSAN_DIR) -DCMAKE_BUILD_TYPE=Debug -DSRCI_TSAN=ON -DSRCI_BENCH=OFF $(CMAKE_ARGS)
 	cmake --build $(TSAN_DIR) -j $(JOBS)
-	cd $(TSAN_DIR) && ctest --output-on-failure -j $(JOBS) -L tsan
+	cd $(TSAN_DIR) && ctest --output-on-failure -j $(JOBS) -L "tsan|faults"
 
 fuzz: deps
 	CC=clang CXX=clang++ cmake -S . -B $(FUZZ_DIR) -DCMAKE_BUILD_TYPE=Debug -DSRCI_FUZZ=ON -DSRCI_TESTS=OFF -DSRCI_BENCH=OFF
