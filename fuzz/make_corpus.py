@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: Apache-2.0
 """Writes the seed corpora of the fuzz targets from the golden telegrams of tests/srl/test_golden.cpp,
-the INI files of fuzz/ini/corpus and the short capture of tests/trace. Run from the repository root: python3 fuzz/make_corpus.py"""
+the INI files of fuzz/ini/corpus, the short capture of tests/trace and the demo's script. Run from the repository root: python3 fuzz/make_corpus.py"""
 import os
 import shutil
 import struct
@@ -128,6 +128,11 @@ def main():
                                                              udp_frame(EVENT, EVENT, b"\x00client gone")]))
     write("trace", "damaged_tail", trace(exchange)[:-100])
     write("trace", "short_capture", open("tests/trace/data/short.pcapng", "rb").read())
+
+    write("script", "demo.srci", open("tools/demo/demo.srci", "rb").read())
+    write("script", "named_values.srci", b"write-tool tool=1 x=0 y=0 z=100 rx=0 ry=0 rz=0 load=2\n"
+          b"move-axes j1=0 j2=10 j3=10 j4=0 j5=70 j6=0 vel=40\njog frame x+ inc=5 duration=200\nsleep ms=100\n"
+          b"write-load 1 2.5 0 0 50 ix=0.1\nexchange-config lifesign_timeout=300\nwrite-limits min_j1=-170 max_j1=170\n")
 
     for name in sorted(os.listdir("fuzz/ini/corpus")):
         write("store", name, open(os.path.join("fuzz/ini/corpus", name), "rb").read())

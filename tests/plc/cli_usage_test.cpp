@@ -68,6 +68,7 @@ TEST(CliValues, MissingExtraOrRefusedValuesAreCaughtAndNamed) {
         {"sleep ms=100", "accepted"},
         {"sleep ms=-1", "sleep must be 0..3600000 ms"},
         {"sleep 100 ms=100", "sleep takes MS only"},
+        {"move-axes 1 2\x01 3 4 5 6", "'2\\x01': control character in the command"},  // a damaged script
         {"move-axes 0 -30 90 0 60 0 vel=20", "accepted"},
         {"move-axes 0 -30 90 0 60 0 vel=20 --no-wait # comment", "accepted"},
         {"jog joint j1+ rot=5", "accepted"},

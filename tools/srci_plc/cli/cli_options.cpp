@@ -6,6 +6,7 @@
 #include <cctype>
 #include <cerrno>
 #include <cmath>
+#include <cstdio>
 #include <cstdlib>
 #include <sstream>
 
@@ -151,8 +152,32 @@ GlobalOptions parse_global_options(int argc, const char* const* argv) {
     return o;
 }
 
+namespace {
+
+// A word as it can be shown in a message: control characters as \xNN.
+std::string shown(const std::string& word) {
+    std::string out;
+    for (const char ch : word) {
+        const auto byte = static_cast<unsigned char>(ch);
+        if (byte >= 0x20 && byte != 0x7F) {
+            out += ch;
+            continue;
+        }
+        char escaped[8];
+        std::snprintf(escaped, sizeof escaped, "\\x%02X", byte);
+        out += escaped;
+    }
+    return out;
+}
+
+}  // namespace
+
 CommandLine parse_command_words(const std::vector<std::string>& words) {
     if (words.empty()) throw UsageError("empty command");
+    // A control character (a NUL from a damaged script, say) would make the messages below
+    // unreadable, or empty.
+    for (const std::string& w : words)
+        if (shown(w) != w) throw UsageError("'" + shown(w) + "': control character in the command");
     CommandLine c;
     c.name = words[0];
     for (size_t i = 1; i < words.size(); ++i) {
