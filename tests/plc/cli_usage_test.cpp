@@ -10,6 +10,7 @@
 #include "command_runner.hpp"
 #include "plc_test.hpp"
 #include "result_printer.hpp"
+#include "script.hpp"
 #include "srci_plc/client.hpp"
 #include "srci_plc/error_names.hpp"
 #include "srci_plc/transport.hpp"
@@ -124,6 +125,25 @@ TEST(CliOptions, OptionsBeforeOrAfterTheCommandPerCommandHelpAndVersion) {
         {"status", "--port", "0"},
     };
     for (const auto& args : refused) EXPECT_THROW(parse(args), UsageError) << (args.empty() ? "" : args[0]);
+}
+
+// Scripts written on a PLC programmer's laptop: a byte order mark, Windows line ends, comments.
+TEST(CliScript, TakesEditorFilesAsMeantAndNamesTheLineItRefuses) {
+    const auto script =
+        parse_script("\xEF\xBB\xBFstatus\r\n# a comment\r\n\r\nmove-axes 1 2 3 4 5 6 vel=20\r\n", "t.srci");
+    ASSERT_EQ(script.size(), 2u);
+    EXPECT_EQ(script[0].command.name, "status");
+    EXPECT_EQ(script[1].where, "t.srci:4");
+    EXPECT_EQ(script[1].command.positional.size(), 6u);
+    const struct {
+        std::string text;
+        const char* says;
+    } refused[] = {
+        {"status\nmove-axes 1 2\n", "t.srci:2: move-axes J1 J2 J3 J4 J5 J6: missing J3 J4 J5 J6"},
+        {"# nothing\n\n", "t.srci: no commands"},
+        {std::string(kMaxScriptBytes + 1, '#'), "t.srci: script larger than 1 MiB"},
+    };
+    for (const auto& r : refused) EXPECT_EQ(error_of<UsageError>([&] { parse_script(r.text, "t.srci"); }), r.says);
 }
 
 TEST(ErrorCodes, NamesMeaningsAndHintsForTypicalCauses) {

@@ -13,6 +13,7 @@
 #include "cli_options.hpp"
 #include "command_runner.hpp"
 #include "result_printer.hpp"
+#include "script.hpp"
 #include "srci_plc/client.hpp"
 #include "srci_plc/error_names.hpp"
 #include "trace_command.hpp"
@@ -27,7 +28,6 @@ constexpr int kExitCommandFailed = 1;
 constexpr int kExitUsage = 2;
 constexpr int kExitConnection = 3;
 constexpr int kExitInterrupted = 130;
-constexpr size_t kMaxScriptBytes = 1 << 20;
 
 // First Ctrl-C: the running wait ends and the robot is stopped. Second: exit at once.
 std::atomic<int> g_interrupts{0};
@@ -50,11 +50,6 @@ void install_interrupt_handler() {
     ::sigaction(SIGTERM, &sa, nullptr);
 }
 
-struct ScriptLine {
-    std::string where;
-    CommandLine command;
-};
-
 std::vector<ScriptLine> load_commands(const GlobalOptions& opt) {
     std::vector<ScriptLine> lines;
     if (opt.command[0] != "run") {
@@ -69,24 +64,7 @@ std::vector<ScriptLine> load_commands(const GlobalOptions& opt) {
     if (!in) throw UsageError("cannot open script " + file);
     std::ostringstream buf;
     buf << in.rdbuf();
-    const std::string text = buf.str();
-    if (text.size() > kMaxScriptBytes) throw UsageError(file + ": script larger than 1 MiB");
-    std::istringstream lines_in(text);
-    std::string line;
-    for (int number = 1; std::getline(lines_in, line); ++number) {
-        const std::string where = file + ":" + std::to_string(number);
-        try {
-            const auto words = split_script_line(line);
-            if (words.empty()) continue;
-            CommandLine c = parse_command_words(words);
-            validate_command(c);
-            lines.push_back(ScriptLine{where, std::move(c)});
-        } catch (const UsageError& e) {
-            throw UsageError(where + ": " + e.what());
-        }
-    }
-    if (lines.empty()) throw UsageError(file + ": no commands");
-    return lines;
+    return parse_script(buf.str(), file);
 }
 
 // Dumps a telegram pair only when something besides lifesign, clock and cyclic

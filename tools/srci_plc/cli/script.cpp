@@ -1,0 +1,32 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "script.hpp"
+
+#include <sstream>
+
+#include "command_runner.hpp"
+
+namespace srci_plc::cli {
+
+std::vector<ScriptLine> parse_script(const std::string& text, const std::string& file) {
+    if (text.size() > kMaxScriptBytes) throw UsageError(file + ": script larger than 1 MiB");
+    const std::string bom = "\xEF\xBB\xBF";  // invisible in an editor, and in a message
+    std::istringstream lines_in(text.compare(0, bom.size(), bom) == 0 ? text.substr(bom.size()) : text);
+    std::vector<ScriptLine> lines;
+    std::string line;
+    for (int number = 1; std::getline(lines_in, line); ++number) {
+        const std::string where = file + ":" + std::to_string(number);
+        try {
+            const auto words = split_script_line(line);
+            if (words.empty()) continue;
+            CommandLine c = parse_command_words(words);
+            validate_command(c);
+            lines.push_back(ScriptLine{where, std::move(c)});
+        } catch (const UsageError& e) {
+            throw UsageError(where + ": " + e.what());
+        }
+    }
+    if (lines.empty()) throw UsageError(file + ": no commands");
+    return lines;
+}
+
+}  // namespace srci_plc::cli
