@@ -144,6 +144,10 @@ TEST(CliScript, TakesEditorFilesAsMeantAndNamesTheLineItRefuses) {
         {std::string(kMaxScriptBytes + 1, '#'), "t.srci: script larger than 1 MiB"},
     };
     for (const auto& r : refused) EXPECT_EQ(error_of<UsageError>([&] { parse_script(r.text, "t.srci"); }), r.says);
+    // A file that never ends is refused, not read for ever.
+    EXPECT_EQ(error_of<UsageError>([] { load_script("/dev/zero"); }), "/dev/zero: script larger than 1 MiB");
+    EXPECT_EQ(error_of<UsageError>([] { load_script("/nonexistent/t.srci"); }),
+              "cannot open script /nonexistent/t.srci");
 }
 
 TEST(ErrorCodes, NamesMeaningsAndHintsForTypicalCauses) {

@@ -5,10 +5,8 @@
 #include <atomic>
 #include <csignal>
 #include <cstdio>
-#include <fstream>
 #include <iostream>
 #include <memory>
-#include <sstream>
 
 #include "cli_options.hpp"
 #include "command_runner.hpp"
@@ -59,12 +57,7 @@ std::vector<ScriptLine> load_commands(const GlobalOptions& opt) {
         return lines;
     }
     if (opt.command.size() != 2) throw UsageError("run needs exactly one FILE");
-    const std::string& file = opt.command[1];
-    std::ifstream in(file, std::ios::binary);
-    if (!in) throw UsageError("cannot open script " + file);
-    std::ostringstream buf;
-    buf << in.rdbuf();
-    return parse_script(buf.str(), file);
+    return load_script(opt.command[1]);
 }
 
 // Dumps a telegram pair only when something besides lifesign, clock and cyclic

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "script.hpp"
 
+#include <fstream>
 #include <sstream>
 
 #include "command_runner.hpp"
@@ -27,6 +28,16 @@ std::vector<ScriptLine> parse_script(const std::string& text, const std::string&
     }
     if (lines.empty()) throw UsageError(file + ": no commands");
     return lines;
+}
+
+std::vector<ScriptLine> load_script(const std::string& file) {
+    std::ifstream in(file, std::ios::binary);
+    if (!in) throw UsageError("cannot open script " + file);
+    std::string text(kMaxScriptBytes + 1, '\0');
+    in.read(text.data(), static_cast<std::streamsize>(text.size()));
+    text.resize(static_cast<std::size_t>(in.gcount()));
+    if (in.bad()) throw UsageError("cannot read script " + file);
+    return parse_script(text, file);
 }
 
 }  // namespace srci_plc::cli

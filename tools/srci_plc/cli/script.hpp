@@ -21,4 +21,8 @@ constexpr size_t kMaxScriptBytes = 1 << 20;
 // "FILE:N" for the first line that is refused, or when there is nothing to run.
 std::vector<ScriptLine> parse_script(const std::string& text, const std::string& file);
 
+// The same for the file itself. At most kMaxScriptBytes + 1 bytes are read, so a device or a
+// pipe that never ends (`run /dev/zero`) is refused as too large instead of read for ever.
+std::vector<ScriptLine> load_script(const std::string& file);
+
 }  // namespace srci_plc::cli
