@@ -3,6 +3,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
 #include <cctype>
 #include <cerrno>
 #include <cmath>
@@ -154,17 +155,21 @@ GlobalOptions parse_global_options(int argc, const char* const* argv) {
 
 namespace {
 
+bool is_control(char ch) {
+    const auto byte = static_cast<unsigned char>(ch);
+    return byte < 0x20 || byte == 0x7F;
+}
+
 // A word as it can be shown in a message: control characters as \xNN.
 std::string shown(const std::string& word) {
     std::string out;
     for (const char ch : word) {
-        const auto byte = static_cast<unsigned char>(ch);
-        if (byte >= 0x20 && byte != 0x7F) {
+        if (!is_control(ch)) {
             out += ch;
             continue;
         }
         char escaped[8];
-        std::snprintf(escaped, sizeof escaped, "\\x%02X", byte);
+        std::snprintf(escaped, sizeof escaped, "\\x%02X", static_cast<unsigned char>(ch));
         out += escaped;
     }
     return out;
@@ -177,7 +182,8 @@ CommandLine parse_command_words(const std::vector<std::string>& words) {
     // A control character (a NUL from a damaged script, say) would make the messages below
     // unreadable, or empty.
     for (const std::string& w : words)
-        if (shown(w) != w) throw UsageError("'" + shown(w) + "': control character in the command");
+        if (std::any_of(w.begin(), w.end(), is_control))
+            throw UsageError("'" + shown(w) + "': control character in the command");
     CommandLine c;
     c.name = words[0];
     for (size_t i = 1; i < words.size(); ++i) {

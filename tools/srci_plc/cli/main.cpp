@@ -49,13 +49,7 @@ void install_interrupt_handler() {
 }
 
 std::vector<ScriptLine> load_commands(const GlobalOptions& opt) {
-    std::vector<ScriptLine> lines;
-    if (opt.command[0] != "run") {
-        CommandLine c = parse_command_words(opt.command);
-        validate_command(c);
-        lines.push_back(ScriptLine{"command line", std::move(c)});
-        return lines;
-    }
+    if (opt.command[0] != "run") return {ScriptLine{"command line", checked_command(opt.command)}};
     if (opt.command.size() != 2) throw UsageError("run needs exactly one FILE");
     return load_script(opt.command[1]);
 }

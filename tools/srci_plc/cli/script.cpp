@@ -8,6 +8,12 @@
 
 namespace srci_plc::cli {
 
+CommandLine checked_command(const std::vector<std::string>& words) {
+    CommandLine c = parse_command_words(words);
+    validate_command(c);
+    return c;
+}
+
 std::vector<ScriptLine> parse_script(const std::string& text, const std::string& file) {
     if (text.size() > kMaxScriptBytes) throw UsageError(file + ": script larger than 1 MiB");
     const std::string bom = "\xEF\xBB\xBF";  // invisible in an editor, and in a message
@@ -19,9 +25,7 @@ std::vector<ScriptLine> parse_script(const std::string& text, const std::string&
         try {
             const auto words = split_script_line(line);
             if (words.empty()) continue;
-            CommandLine c = parse_command_words(words);
-            validate_command(c);
-            lines.push_back(ScriptLine{where, std::move(c)});
+            lines.push_back(ScriptLine{where, checked_command(words)});
         } catch (const UsageError& e) {
             throw UsageError(where + ": " + e.what());
         }

@@ -15,6 +15,9 @@ struct ScriptLine {
 
 constexpr size_t kMaxScriptBytes = 1 << 20;
 
+// One command's words, parsed and checked with validate_command (the command line or a line).
+CommandLine checked_command(const std::vector<std::string>& words);
+
 // The commands of a script's text, each checked with validate_command. Comments ('#') and blank
 // lines are skipped; Windows line ends and a UTF-8 byte order mark (as editors on a PLC
 // programmer's laptop write them) are taken as they are meant. Throws UsageError naming
